@@ -1,0 +1,5 @@
+// The descriptor of the log device.
+#pragma once
+
+// Closes "/dev/logmpp" if it is open. Returns the result of the close.
+int sysLogClose();

@@ -1,0 +1,11 @@
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_aenc.h"
+
+// Without operations there is nothing to set up or to give back.
+
+std::int32_t MPI_AENC_Init() {
+    return 0;
+}
+
+std::int32_t MPI_AENC_Exit() {
+    return 0;
+}

@@ -1,0 +1,64 @@
+// The channel records, and what every operation of the module does first.
+#pragma once
+
+#include "mpp/code/mpp_report.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
+#include "mpp/include/mpp_ao.h"
+
+#include <pthread.h>
+
+#include <cstdint>
+
+struct AoEngine;
+
+// One sub-channel's buffer: a ring of `length` bytes. Filled is what lies between read and write
+// offset; equal offsets mean empty, or, once the writer has wrapped (bWriteJump), full. The write
+// offset is above the read offset only without the flag, below it only with it, and both are always
+// below the length.
+struct AoCircle {
+    std::uint32_t phys;
+    unsigned char *virt;
+    std::uint32_t length;
+    std::uint32_t u32Read;
+    std::uint32_t u32Write;
+    std::uint32_t bWriteJump;
+};
+
+constexpr std::uint32_t AO_SUB_CHN_NUM = 2;
+constexpr std::uint32_t AO_STAGING_NUM = 3;
+
+// What a channel's record holds besides its lock.
+struct AoChannelState {
+    std::uint32_t resampleEnabled;
+    std::uint32_t mbcEnabled;
+    std::uint32_t vqeSet;
+    std::uint32_t vqeEnabled;
+    AoEngine *engine; // owned, or null
+    struct {
+        std::uint32_t points; // per frame
+        std::uint32_t enInSampleRate;
+        std::uint32_t enOutSampleRate;
+    } resample;
+    AoCircle stCirBuf[AO_SUB_CHN_NUM];      // mono or left, right
+    unsigned char *staging[AO_STAGING_NUM]; // AO_PERIOD_MAX bytes each, that the driver can reach
+    std::uint32_t enabled;
+};
+
+// The lock guards the rest, and exists from process start, so that operations on a platform that
+// has not started end with a result.
+struct AoChannel : AoChannelState {
+    pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+};
+
+extern AoChannel aoChannels[AO_CHN_NUM];
+
+// The checks of the arguments, with their messages as from the calling operation.
+std::int32_t aoCheckDev(std::uint32_t dev, CallSite site = CallSite::here());
+std::int32_t aoCheckChn(std::uint32_t dev, std::uint32_t chn, CallSite site = CallSite::here());
+
+// Makes sure that the slot's descriptor is open and bound: the channel's own, or slot 0 for what
+// concerns the device. Returns the descriptor (above 0) or ERR_AO_NOT_READY.
+std::int32_t aoAcquire(std::uint32_t slot);
+
+// Acquires the slot's descriptor and issues a command: the driver's result, or ERR_AO_NOT_READY.
+std::int32_t aoCommand(std::uint32_t slot, std::uint32_t command, void *record);

@@ -1,0 +1,169 @@
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_dump.h"
+
+#include "base/mutex_guard.h"
+#include "base/unique_file.h"
+#include "mpp/device/device.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint32_t device = 0;
+constexpr std::uint32_t unprocessedBuffer = 0;
+constexpr std::uint32_t processedBuffer = 2;
+constexpr std::uint32_t flushThreshold = 51200;
+constexpr std::uint32_t doneSize = 1;
+
+struct DumpFile {
+    std::FILE *file;
+    std::uint64_t written; // bytes
+};
+
+struct Dump {
+    bool isOpen;
+    DumpFile in;
+    DumpFile out;
+};
+
+Dump dumps[AO_CHN_NUM];
+
+// Bytes since the last flush, one count for the input and one for the output files of all channels.
+std::atomic<std::uint32_t> unflushedIn{0};
+std::atomic<std::uint32_t> unflushedOut{0};
+
+// "%s/Sin_AoDev%d_Chn%d_%dK_%s.pcm" with room for every part.
+constexpr std::size_t nameRoom = 2 * 256 + 64;
+
+int lengthOf(const char (&text)[256]) {
+    return static_cast<int>(strnlen(text, sizeof text));
+}
+
+UniqueFile openFile(const AO_DUMP_S &config, const char *kind, std::uint32_t chn,
+                    std::uint32_t rate) {
+    char name[nameRoom];
+    std::snprintf(name, sizeof name, "%.*s/%s_AoDev%d_Chn%d_%dK_%.*s.pcm", lengthOf(config.acPath),
+                  config.acPath, kind, static_cast<int>(device), static_cast<int>(chn),
+                  static_cast<int>(rate / 1000), lengthOf(config.acName), config.acName);
+    return UniqueFile(std::fopen(name, "wb+"));
+}
+
+bool openFiles(const AoChannel &channel, std::uint32_t chn, const AO_DUMP_S &config) {
+    AIO_ATTR_S attr = {};
+    if (HI_MPI_AO_GetPubAttr(device, &attr) != 0) {
+        return false;
+    }
+    const std::uint32_t inRate =
+        channel.resampleEnabled != 0 ? channel.resample.enInSampleRate : attr.enSamplerate;
+    UniqueFile in = openFile(config, "Sin", chn, inRate);
+    UniqueFile out = openFile(config, "Sou", chn, attr.enSamplerate);
+    if (in == nullptr || out == nullptr) {
+        std::printf("DevId:%d, AoChn:%d, File: InFilePath/OutFilePath open failed!Please check "
+                    "your Filepath!\n",
+                    static_cast<int>(device), static_cast<int>(chn));
+        return false;
+    }
+    dumps[chn] = {true, {in.release(), 0}, {out.release(), 0}};
+    return true;
+}
+
+void append(DumpFile &dump, const void *data, std::uint32_t size, std::uint64_t limit,
+            std::atomic<std::uint32_t> &unflushed) {
+    if (dump.written >= limit) {
+        return;
+    }
+    if (std::fwrite(data, 1, size, dump.file) != size) {
+        std::printf("Write Error\n");
+    }
+    dump.written += size;
+    if (unflushed.fetch_add(size) + size > flushThreshold) {
+        unflushed = 0;
+        std::fflush(dump.file);
+        fsync(fileno(dump.file));
+    }
+}
+
+// Tells the driver that the dump is done.
+void finish(std::int32_t fd, std::uint32_t chn, AO_DUMP_S config) {
+    config.bEnable = 0;
+    config.u32KBytes = doneSize;
+    if (Device_Ioctl(fd, AO_CMD_SET_DUMP, &config) != 0) {
+        mppReport(CallSite::here("AoSaveFile"), "Set ao dumpfile cfg error!\n");
+        return;
+    }
+    aoDumpEnd(chn);
+}
+
+} // namespace
+
+void AoSaveFile(const AoChannel &channel, std::uint32_t chn, std::uint32_t inPoints,
+                std::uint32_t bitWidth) {
+    const std::int32_t fd = aoAcquire(chn);
+    if (fd < 0) {
+        return;
+    }
+    AO_DUMP_S config = {};
+    if (Device_Ioctl(fd, AO_CMD_GET_DUMP, &config) != 0) {
+        mppReport(CallSite::here(), "get ao dumpfile cfg error!\n");
+        return;
+    }
+    if (config.bEnable == 0) {
+        aoDumpEnd(chn);
+        return;
+    }
+    Dump &dump = dumps[chn];
+    if (!dump.isOpen && !openFiles(channel, chn, config)) {
+        return;
+    }
+    const std::uint32_t size = inPoints << bitWidth;
+    const std::uint64_t limit = std::uint64_t{config.u32KBytes} * 1024;
+    append(dump.in, channel.staging[unprocessedBuffer], size, limit, unflushedIn);
+    append(dump.out, channel.staging[processedBuffer], size, limit, unflushedOut);
+    if (dump.in.written >= limit || dump.out.written >= limit) {
+        finish(fd, chn, config);
+    }
+}
+
+void aoDumpEnd(std::uint32_t chn) {
+    Dump &dump = dumps[chn];
+    if (dump.isOpen) {
+        std::fclose(dump.in.file);
+        std::fclose(dump.out.file);
+        dump = {};
+    }
+}
+
+std::int32_t HI_MPI_AO_SaveFile(std::uint32_t AoDev, std::uint32_t AoChn,
+                                const AO_DUMP_S *pstDump) {
+    const std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    if (pstDump == nullptr) {
+        return ERR_AO_NULL_PTR;
+    }
+    const MutexGuard guard(aoChannels[AoChn].lock);
+    AO_DUMP_S record = *pstDump;
+    return aoCommand(AoChn, AO_CMD_SET_DUMP, &record);
+}
+
+std::int32_t HI_MPI_AO_QueryFileStatus(std::uint32_t AoDev, std::uint32_t AoChn,
+                                       std::uint32_t *pbEnable) {
+    const std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    if (pbEnable == nullptr) {
+        return ERR_AO_NULL_PTR;
+    }
+    const MutexGuard guard(aoChannels[AoChn].lock);
+    AO_DUMP_S record = {};
+    const std::int32_t result = aoCommand(AoChn, AO_CMD_GET_DUMP, &record);
+    if (result == 0) {
+        *pbEnable = record.bEnable;
+    }
+    return result;
+}

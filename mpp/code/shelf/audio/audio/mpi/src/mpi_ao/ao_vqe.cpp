@@ -1,0 +1,319 @@
+// Resampling, voice quality and compression: the channel's flags and the engine behind them.
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_vqe.h"
+
+#include "base/mutex_guard.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_channel.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+constexpr std::uint32_t resampleRates[] = {8000,  11025, 12000, 16000, 22050,
+                                           24000, 32000, 44100, 48000};
+constexpr std::uint32_t refusedDeviceRates[] = {64000, 96000};
+constexpr std::uint32_t vqeRates[] = {8000, 16000};
+
+template <std::size_t Size>
+bool isAmong(const std::uint32_t (&values)[Size], std::uint32_t value) {
+    return std::find(std::begin(values), std::end(values), value) != std::end(values);
+}
+
+std::int32_t checkEnabled(const AoChannel &channel, std::uint32_t chn,
+                          CallSite site = CallSite::here()) {
+    if (channel.enabled == 0) {
+        mppReport(site, "AO chn %d is not enable\n", static_cast<int>(chn));
+        return ERR_AO_NOT_ENABLED;
+    }
+    return 0;
+}
+
+std::int32_t readAttr(std::uint32_t dev, AIO_ATTR_S *attr, CallSite site = CallSite::here()) {
+    if (HI_MPI_AO_GetPubAttr(dev, attr) != 0) {
+        mppReport(site, "can't get aodev%d's attribute!\n", static_cast<int>(dev));
+        return ERR_AO_NOT_CONFIG;
+    }
+    return 0;
+}
+
+// What resampling asks of the device, first refusal first.
+std::int32_t checkResampling(std::uint32_t dev, std::uint32_t chn, std::uint32_t inRate,
+                             const AIO_ATTR_S &attr, CallSite site = CallSite::here()) {
+    if (attr.enSamplerate == inRate) {
+        mppReport(site, "resample out rate is the same as resample in rate, it's not allowed!\n");
+        return ERR_AO_NOT_PERM;
+    }
+    if (attr.enSoundmode != AUDIO_SOUND_MODE_MONO) {
+        mppReport(site, "resample don't support stereo!\n");
+        return ERR_AO_ILLEGAL_PARAM;
+    }
+    if (chn >= attr.u32ChnCnt) {
+        mppReport(site, "enable resample fail,Aodev%d don't have chn%d\n", static_cast<int>(dev),
+                  static_cast<int>(chn));
+        return ERR_AO_INVALID_CHN;
+    }
+    if (isAmong(refusedDeviceRates, attr.enSamplerate)) {
+        mppReport(site, "Resmp is not permit when Ao samplerate is %d!\n",
+                  static_cast<int>(attr.enSamplerate));
+        return ERR_AO_NOT_PERM;
+    }
+    return 0;
+}
+
+// What the effects ask of channel and device.
+std::int32_t checkEffect(std::uint32_t dev, std::uint32_t chn, AIO_ATTR_S *attr,
+                         CallSite site = CallSite::here()) {
+    std::int32_t error = checkEnabled(aoChannels[chn], chn, site);
+    if (error == 0) {
+        error = readAttr(dev, attr, site);
+    }
+    if (error != 0) {
+        return error;
+    }
+    if (attr->enSoundmode != AUDIO_SOUND_MODE_MONO) {
+        mppReport(site, "vqe don't support stereo!\n");
+        return ERR_AO_ILLEGAL_PARAM;
+    }
+    if (chn >= attr->u32ChnCnt) {
+        mppReport(site, "enable vqe fail,Aodev%d don't have chn%d\n", static_cast<int>(dev),
+                  static_cast<int>(chn));
+        return ERR_AO_INVALID_CHN;
+    }
+    return 0;
+}
+
+bool needsEngine(const AoChannel &channel) {
+    return channel.resampleEnabled != 0 || channel.vqeSet != 0 || channel.mbcEnabled != 0;
+}
+
+// What the channel's engine is made from by its flags, on a device of these attributes.
+AoEngineAttr engineAttr(const AoChannel &channel, const AIO_ATTR_S &attr) {
+    AoEngineAttr result = {attr.enBitwidth, attr.enSamplerate, attr.enSamplerate, {}};
+    if (channel.resampleEnabled != 0) {
+        result.inRate = channel.resample.enInSampleRate;
+        result.outRate = channel.resample.enOutSampleRate;
+    }
+    if (channel.engine != nullptr && channel.vqeSet != 0) {
+        AoEngineAttr current = {};
+        aoEngineGetAttr(channel.engine, &current);
+        result.vqe = current.vqe;
+    }
+    return result;
+}
+
+// Puts a new engine in the place of the channel's. On failure the old one stays.
+std::int32_t rebuildEngine(AoChannel &channel, const AoEngineAttr &attr) {
+    AoEngine *fresh = nullptr;
+    const std::int32_t error = aoEngineCreate(&fresh, &attr);
+    if (error == 0) {
+        aoEngineDestroy(channel.engine);
+        channel.engine = fresh;
+    }
+    return error;
+}
+
+void dropUnneededEngine(AoChannel &channel) {
+    if (!needsEngine(channel)) {
+        aoEngineDestroy(channel.engine);
+        channel.engine = nullptr;
+    }
+}
+
+// Turns resampling of an enabled channel on.
+std::int32_t startResampling(std::uint32_t dev, std::uint32_t chn, std::uint32_t inRate,
+                             const AIO_ATTR_S &attr) {
+    AoChannel &channel = aoChannels[chn];
+    const auto before = channel.resample;
+    channel.resample = {attr.u32PtNumPerFrm, inRate, attr.enSamplerate};
+    channel.resampleEnabled = 1;
+    const std::int32_t error = rebuildEngine(channel, engineAttr(channel, attr));
+    if (error != 0) {
+        channel.resample = before;
+        channel.resampleEnabled = 0;
+        return error;
+    }
+    const AO_RESMP_DBG_S info = {1, attr.u32PtNumPerFrm, inRate, attr.enSamplerate};
+    MPI_AO_SetResmpDbgInfo(dev, chn, &info);
+    return 0;
+}
+
+} // namespace
+
+std::int32_t HI_MPI_AO_EnableReSmp(std::uint32_t AoDev, std::uint32_t AoChn,
+                                   std::uint32_t enInSampleRate) {
+    std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    AoChannel &channel = aoChannels[AoChn];
+    const MutexGuard guard(channel.lock);
+    error = checkEnabled(channel, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    if (!isAmong(resampleRates, enInSampleRate)) {
+        mppReport(CallSite::here(), "AoChn %d resample in rate:%d is illegal!\n",
+                  static_cast<int>(AoChn), static_cast<int>(enInSampleRate));
+        return ERR_AO_ILLEGAL_PARAM;
+    }
+    AIO_ATTR_S attr = {};
+    error = readAttr(AoDev, &attr);
+    if (error == 0) {
+        error = checkResampling(AoDev, AoChn, enInSampleRate, attr);
+    }
+    if (error != 0) {
+        return error;
+    }
+    if (channel.resampleEnabled == 0) {
+        return startResampling(AoDev, AoChn, enInSampleRate, attr);
+    }
+    if (channel.resample.enInSampleRate != enInSampleRate) {
+        mppReport(CallSite::here(),
+                  "Resmp has been enable but the resamplerate:%d not the same as before:%d.\n",
+                  static_cast<int>(enInSampleRate),
+                  static_cast<int>(channel.resample.enInSampleRate));
+        return ERR_AO_NOT_PERM;
+    }
+    return 0;
+}
+
+std::int32_t HI_MPI_AO_DisableReSmp(std::uint32_t AoDev, std::uint32_t AoChn) {
+    const std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    AoChannel &channel = aoChannels[AoChn];
+    const MutexGuard guard(channel.lock);
+    if (channel.resampleEnabled == 0) {
+        return 0;
+    }
+    channel.resampleEnabled = 0;
+    dropUnneededEngine(channel);
+    if (channel.engine == nullptr) {
+        return 0;
+    }
+    AoEngineAttr attr = {};
+    aoEngineGetAttr(channel.engine, &attr);
+    attr.inRate = attr.outRate;
+    return rebuildEngine(channel, attr);
+}
+
+std::int32_t HI_MPI_AO_SetVqeAttr(std::uint32_t AoDev, std::uint32_t AoChn,
+                                  const AO_VQE_ATTR_S *pstAttr) {
+    std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    if (pstAttr == nullptr) {
+        return ERR_AO_NULL_PTR;
+    }
+    if (!isAmong(vqeRates, pstAttr->u32WorkSampleRate) || pstAttr->u32FrameSample == 0 ||
+        pstAttr->u32FrameSample > MAX_AO_POINT_NUM) {
+        return ERR_AO_ILLEGAL_PARAM;
+    }
+    AoChannel &channel = aoChannels[AoChn];
+    const MutexGuard guard(channel.lock);
+    AIO_ATTR_S attr = {};
+    error = checkEffect(AoDev, AoChn, &attr);
+    if (error != 0) {
+        return error;
+    }
+    if (channel.vqeEnabled != 0) {
+        return ERR_AO_NOT_PERM;
+    }
+    AoEngineAttr engine = engineAttr(channel, attr);
+    engine.vqe = *pstAttr;
+    error = rebuildEngine(channel, engine);
+    if (error == 0) {
+        channel.vqeSet = 1;
+    }
+    return error;
+}
+
+std::int32_t HI_MPI_AO_GetVqeAttr(std::uint32_t AoDev, std::uint32_t AoChn,
+                                  AO_VQE_ATTR_S *pstAttr) {
+    const std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    if (pstAttr == nullptr) {
+        return ERR_AO_NULL_PTR;
+    }
+    const AoChannel &channel = aoChannels[AoChn];
+    const MutexGuard guard(aoChannels[AoChn].lock);
+    if (channel.vqeSet == 0 || channel.engine == nullptr) {
+        return ERR_AO_NOT_CONFIG;
+    }
+    AoEngineAttr attr = {};
+    aoEngineGetAttr(channel.engine, &attr);
+    *pstAttr = attr.vqe;
+    return 0;
+}
+
+std::int32_t HI_MPI_AO_EnableVqe(std::uint32_t AoDev, std::uint32_t AoChn) {
+    std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    AoChannel &channel = aoChannels[AoChn];
+    const MutexGuard guard(channel.lock);
+    AIO_ATTR_S attr = {};
+    error = checkEffect(AoDev, AoChn, &attr);
+    if (error != 0) {
+        return error;
+    }
+    if (channel.vqeSet == 0) {
+        return ERR_AO_NOT_PERM;
+    }
+    channel.vqeEnabled = 1;
+    return 0;
+}
+
+std::int32_t HI_MPI_AO_DisableVqe(std::uint32_t AoDev, std::uint32_t AoChn) {
+    const std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    const MutexGuard guard(aoChannels[AoChn].lock);
+    aoChannels[AoChn].vqeEnabled = 0;
+    return 0;
+}
+
+std::int32_t HI_MPI_AO_EnableMBC(std::uint32_t AoDev, std::uint32_t AoChn) {
+    std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    AoChannel &channel = aoChannels[AoChn];
+    const MutexGuard guard(channel.lock);
+    AIO_ATTR_S attr = {};
+    error = checkEffect(AoDev, AoChn, &attr);
+    if (error == 0 && channel.engine == nullptr) {
+        error = rebuildEngine(channel, engineAttr(channel, attr));
+    }
+    if (error == 0) {
+        channel.mbcEnabled = 1;
+    }
+    return error;
+}
+
+std::int32_t HI_MPI_AO_DisableMBC(std::uint32_t AoDev, std::uint32_t AoChn) {
+    const std::int32_t error = aoCheckChn(AoDev, AoChn);
+    if (error != 0) {
+        return error;
+    }
+    AoChannel &channel = aoChannels[AoChn];
+    const MutexGuard guard(channel.lock);
+    channel.mbcEnabled = 0;
+    dropUnneededEngine(channel);
+    return 0;
+}
+
+std::int32_t MPI_AO_GetVqeAttr(std::uint32_t chn, AoEngineAttr *attr) {
+    const MutexGuard guard(aoChannels[chn].lock);
+    if (aoChannels[chn].engine == nullptr) {
+        return ERR_AO_NOT_CONFIG;
+    }
+    aoEngineGetAttr(aoChannels[chn].engine, attr);
+    return 0;
+}
