@@ -1,0 +1,116 @@
+// Turning interleaved blocks into the platform's frames.
+#include "audioout/channel_buffers.h"
+#include "audioout/hi3516a_ao.h"
+#include "audioout/report.h"
+#include "mpp/include/mpp_ao.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::int32_t sendMilliSec = 1000;
+constexpr std::uint64_t timeStamp = 2;
+constexpr std::uint32_t sequence = 1;
+constexpr std::uint32_t widestSample = 3;
+constexpr auto bufferSize = static_cast<std::uint32_t>(HI3516A_AO_CHN_BUFFER_SIZE);
+
+// A sample of 24 bits, as it lies in a block.
+struct Sample24 {
+    unsigned char bytes[3];
+};
+static_assert(sizeof(Sample24) == 3);
+
+// Deals the samples out in turn: the first to `even`, the next to `odd`. The loop is typed by the
+// sample's width, so that the compiler can make the most of it.
+template <typename Sample>
+void split(const void *block, std::uint32_t samples, void *even, void *odd) {
+    const auto *const from = static_cast<const unsigned char *>(block);
+    auto *const toEven = static_cast<Sample *>(even);
+    auto *const toOdd = static_cast<Sample *>(odd);
+    const std::uint32_t pairs = samples / 2;
+    for (std::uint32_t i = 0; i < pairs; ++i) {
+        Sample pair[2];
+        std::memcpy(pair, from + std::size_t{i} * sizeof pair, sizeof pair);
+        toEven[i] = pair[0];
+        toOdd[i] = pair[1];
+    }
+    if (samples % 2 != 0) {
+        std::memcpy(toEven + pairs, from + std::size_t{pairs} * 2 * sizeof(Sample), sizeof(Sample));
+    }
+}
+
+void splitSamples(const void *block, std::uint32_t bytes, std::uint32_t sampleBytes) {
+    unsigned char *const even = channelBuffer(1);
+    unsigned char *const odd = channelBuffer(0);
+    switch (sampleBytes) {
+    case 1:
+        split<std::uint8_t>(block, bytes, even, odd);
+        break;
+    case 2:
+        split<std::int16_t>(block, bytes / 2, even, odd);
+        break;
+    default:
+        split<Sample24>(block, bytes / 3, even, odd);
+        break;
+    }
+}
+
+// Bytes that the larger share of the block takes in a channel buffer.
+std::uint32_t largestShare(std::uint32_t bytes, std::uint32_t sampleBytes, std::uint32_t channels) {
+    if (channels <= 1) {
+        return bytes;
+    }
+    return (bytes / sampleBytes + 1) / 2 * sampleBytes;
+}
+
+AUDIO_FRAME_S makeFrame(const AIO_ATTR_S &attr, std::uint32_t length) {
+    AUDIO_FRAME_S frame = {};
+    frame.enBitwidth = attr.enBitwidth;
+    frame.enSoundmode = attr.u32ChnCnt > 1 ? AUDIO_SOUND_MODE_STEREO : AUDIO_SOUND_MODE_MONO;
+    frame.pVirAddr[0] = channelBuffer(0);
+    frame.pVirAddr[1] = channelBuffer(1);
+    frame.u64TimeStamp = timeStamp;
+    frame.u32Seq = sequence;
+    frame.u32Len = length;
+    return frame;
+}
+
+} // namespace
+
+std::int32_t hi3516a_ao_pcm_write(std::int32_t aoDevId, std::int32_t aoChn, const void *block,
+                                  std::int32_t bytes) {
+    const auto device = static_cast<std::uint32_t>(aoDevId);
+    AIO_ATTR_S attr = {};
+    std::int32_t error = HI_MPI_AO_GetPubAttr(device, &attr);
+    if (error != 0) {
+        AUDIOOUT_REPORT_ERROR("HI_MPI_AO_GetPubAttr failed", error);
+        return -1;
+    }
+    if (attr.enBitwidth >= widestSample) {
+        return -1;
+    }
+    const std::uint32_t sampleBytes = attr.enBitwidth + 1;
+    const auto size = static_cast<std::uint32_t>(bytes);
+    const std::uint32_t length = size / std::max(attr.u32ChnCnt, 1U);
+    if (channelBuffer(0) == nullptr || channelBuffer(1) == nullptr) {
+        AUDIOOUT_REPORT_TEXT("no channel buffer, the output is not open");
+        return -1;
+    }
+    if (largestShare(size, sampleBytes, attr.u32ChnCnt) > bufferSize) {
+        AUDIOOUT_REPORT_TEXT("block does not fit the channel buffers");
+        return -1;
+    }
+    if (attr.u32ChnCnt <= 1) {
+        std::memcpy(channelBuffer(0), block, length);
+    } else {
+        splitSamples(block, size, sampleBytes);
+    }
+    const AUDIO_FRAME_S frame = makeFrame(attr, length);
+    error = HI_MPI_AO_SendFrame(device, static_cast<std::uint32_t>(aoChn), &frame, sendMilliSec);
+    if (error != 0) {
+        AUDIOOUT_REPORT_ERROR("HI_MPI_AO_SendFrame failed", error);
+        return -1;
+    }
+    return 0;
+}
