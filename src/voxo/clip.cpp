@@ -1,0 +1,117 @@
+#include "src/voxo/clip.h"
+
+#include "audioout/audioout.h"
+#include "src/report.h"
+#include "src/voxo/match_rate.h"
+#include "src/voxo/playback.h"
+#include "src/voxo/stereo.h"
+#include "wav/wav.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint32_t chunkSize = 2048;
+constexpr std::uint32_t clipDoubleFreqRatio = 2; // clips are played at the output's rate
+constexpr unsigned playOutSeconds = 3;
+constexpr std::size_t pathRoom = 129;
+constexpr std::size_t statusRoom = 64;
+constexpr std::size_t replyRoom = 128;
+
+void reportPlaying() {
+    char status[statusRoom] = {};
+    std::snprintf(status, sizeof status, "status_audioclip_playing=%d\n", clipStart);
+    std::printf("Send to tessel: %s\n", status);
+    char reply[replyRoom] = {};
+    voxoSendToTessel(status, "NameValue", 0, 0, reply, sizeof reply);
+}
+
+void openClip(VoxoContext *context, VoxoLoopState *state) {
+    std::puts("WAV initial......");
+    char path[pathRoom] = {};
+    std::memcpy(path, context->clipLocation, strnlen(context->clipLocation, pathRoom - 1));
+    std::printf("Play file path: %s\n", path);
+    if (WAV_Initial(&wavHandle, path) != 0) {
+        std::fprintf(stderr, "Open audio clip file fail!\n");
+        clipStart = 0;
+        clipOpen = 0;
+    } else {
+        reportPlaying();
+        clipOpen = 1;
+    }
+    WAV_ShowInfo(wavHandle);
+    state->dwWavFileChannel = static_cast<std::int32_t>(WAV_GetChannel(wavHandle));
+    std::fprintf(stderr, "[%d] channel num: %d\n", __LINE__, state->dwWavFileChannel);
+    state->dwWavFileSampleRate = static_cast<std::int32_t>(WAV_GetSampleRate(wavHandle));
+    std::fprintf(stderr, "[%d] sample rate: %d\n", __LINE__, state->dwWavFileSampleRate);
+}
+
+void reportOutput(const AudioOutParam &output, std::uint32_t blockSize) {
+    VOXO_REPORT(LOG_DEBUG, "aoDevId: %d\n", output.aoDevId);
+    VOXO_REPORT(LOG_DEBUG, "aoChn: %d\n", output.aoChn);
+    VOXO_REPORT(LOG_DEBUG, "iSamprate: %d\n", output.iSamprate);
+    VOXO_REPORT(LOG_DEBUG, "iSampfmt: %d\n", output.iSampfmt);
+    VOXO_REPORT(LOG_DEBUG, "iSamp_frmPt: %d\n", output.iSamp_frmPt);
+    VOXO_REPORT(LOG_DEBUG, "dwAudioBufferSize: %d\n", static_cast<int>(blockSize));
+}
+
+// Reads a chunk into decodeBuf. Returns its bytes; a chunk that cannot be read is one of silence.
+std::uint32_t readChunk() {
+    std::memset(decodeBuf, 0, sizeof decodeBuf);
+    std::memset(stereoBuf, 0, sizeof stereoBuf);
+    std::memset(matchBuf, 0, sizeof matchBuf);
+    std::uint32_t count = chunkSize;
+    if (WAV_GetBuffer(wavHandle, decodeBuf, &count) != 0) {
+        std::fprintf(stderr, "%s:%d: WAV_GetBuffer fail!\n", kSourceFile, __LINE__);
+    }
+    return count;
+}
+
+// Lets what is queued play out and ends the clip.
+void finishClip() {
+    std::fprintf(stderr, "[play to the end of the file]\n");
+    voxoReleaseClip();
+    sleep(playOutSeconds);
+    voxoEndClip();
+}
+
+void playChunk(VoxoContext *context, VoxoLoopState *state) {
+    std::puts("======= Audio Clip Start =======");
+    std::fprintf(stderr,
+                 "dwVoxoOutSample: %d, dwWavFileSampleRate: %d, dwAlertDoubleFreqRatio: %d, "
+                 "dwWavFileChannel: %d\n",
+                 state->dwWavFileSampleRate, state->dwWavFileSampleRate,
+                 static_cast<int>(clipDoubleFreqRatio), state->dwWavFileChannel);
+    const std::uint32_t count = readChunk();
+    state->lastInputSize = static_cast<std::int32_t>(count);
+    std::int16_t *block = decodeBuf;
+    std::uint32_t size = count;
+    if (state->dwWavFileChannel != 2) {
+        voxoDoubleToStereo(decodeBuf, count / sizeof(std::int16_t), stereoBuf);
+        block = stereoBuf;
+        size = 2 * count;
+    }
+    block = voxoMatchRate(block, matchBuf, &size, clipDoubleFreqRatio);
+    reportOutput(context->audioOut, size);
+    if (count != chunkSize) {
+        finishClip();
+    } else if (audioout_write(context->audioOut.aoDevId, context->audioOut.aoChn, block,
+                              static_cast<std::int32_t>(size)) != 0) {
+        VOXO_REPORT_AT(LOG_WARNING, ": write audio error\n");
+    }
+    std::puts("======= Audio Clip End =======");
+    state->dwVoxoOutSample = static_cast<std::uint32_t>(state->dwWavFileSampleRate);
+}
+
+} // namespace
+
+void voxoClipStep(VoxoContext *context, VoxoLoopState *state) {
+    if (wavHandle != nullptr && clipOpen == 1) {
+        playChunk(context, state);
+    } else {
+        openClip(context, state);
+    }
+}

@@ -1,0 +1,70 @@
+#include "src/voxo/process.h"
+
+#include "audioout/audioout.h"
+#include "base/unique_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
+namespace {
+
+constexpr mode_t pidFileMode = 0644;
+
+UniqueFile openReported(const char *path, const char *mode) {
+    UniqueFile file(std::fopen(path, mode));
+    if (file == nullptr) {
+        std::fprintf(stderr, "can't open %s\n", path);
+    }
+    return file;
+}
+
+// The process id that a PID file holds, or 0: a file without a number, or with one that is no id.
+pid_t readPid(const char *path) {
+    const UniqueFile file = openReported(path, "r");
+    int pid = 0;
+    if (file == nullptr || std::fscanf(file.get(), "%6d\n", &pid) != 1 || pid < 0) {
+        return 0;
+    }
+    return pid;
+}
+
+} // namespace
+
+int voxoCreatePidFile() {
+    if (pidFilePath[0] == '\0') {
+        return 0;
+    }
+    const UniqueFile file = openReported(pidFilePath, "w");
+    if (file == nullptr) {
+        return -1;
+    }
+    std::fprintf(file.get(), "%d\n", getpid());
+    fchmod(fileno(file.get()), pidFileMode);
+    return 0;
+}
+
+void voxoNotifyEncoder(const char *path) {
+    if (path[0] == '\0') {
+        return;
+    }
+    const pid_t pid = readPid(path);
+    if (pid > 0) {
+        kill(pid, SIGUSR1);
+    }
+}
+
+int voxoCleanup(VoxoContext *context) {
+    if (context->streamFd > 0) {
+        close(context->streamFd);
+        context->streamFd = 0;
+    }
+    audioout_close(context->audioOut.aoDevId, context->audioOut.aoChn);
+    if (pidFilePath[0] != '\0' && readPid(pidFilePath) == getpid()) {
+        std::remove(pidFilePath);
+    }
+    voxoNotifyEncoder(context->aencPidPath);
+    return 0;
+}

@@ -1,0 +1,207 @@
+// What becomes of each stream record.
+//
+// A record is one datagram: a header of 44 bytes - its size with the header (byte 0), its type (4),
+// in codec information the codec (8), in audio the number of further header bytes (40) - and its
+// body. All words have 32 bits and are little-endian.
+#include "src/voxo/stream.h"
+
+#include "audioout/audioout.h"
+#include "src/report.h"
+#include "src/voxo/match_rate.h"
+#include "src/voxo/stereo.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint32_t recordCodecInfo = fourCharacterCode('C', 'O', 'N', 'F');
+constexpr std::uint32_t recordG711 = codeG711;
+constexpr std::uint32_t codecAac = fourCharacterCode('A', 'A', 'C', '4');
+constexpr std::uint32_t codecAmr = fourCharacterCode('G', 'A', 'M', 'R');
+constexpr std::uint32_t codecG726 = fourCharacterCode('G', '7', '2', '6');
+
+// Byte offsets in a record.
+constexpr std::uint32_t sizeWord = 0;
+constexpr std::uint32_t typeWord = 4;
+constexpr std::uint32_t codecWord = 8;
+constexpr std::uint32_t extraWord = 40;
+constexpr std::uint32_t bodyOffset = 44;
+constexpr std::uint32_t aacChannelsWord = 44;
+constexpr std::uint32_t aacRateWord = 48;
+constexpr std::uint32_t amrRateWord = 44;
+constexpr std::uint32_t g711FlagWord = 60;
+
+constexpr std::uint32_t outputRate = 8000;
+constexpr std::uint32_t stereoFrameSize = 4;
+
+std::uint32_t wordAt(std::uint32_t offset) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, recvBuf + offset, sizeof word);
+    return word;
+}
+
+int shown(std::uint32_t number) {
+    return static_cast<int>(number);
+}
+
+// Bytes that codec information of the codec must have for its words to be there.
+std::uint32_t codecInfoSize(std::uint32_t codec) {
+    switch (codec) {
+    case codeG711:
+        return g711FlagWord + sizeof(std::uint32_t);
+    case codecAac:
+        return aacRateWord + sizeof(std::uint32_t);
+    case codecAmr:
+        return amrRateWord + sizeof(std::uint32_t);
+    default:
+        return bodyOffset;
+    }
+}
+
+// The payload of an audio record in recvBuf.
+struct Payload {
+    std::uint32_t offset;
+    std::uint32_t length;
+};
+
+// Finds the payload. False: it does not lie within what was received, or does not fit the buffers
+// at the current ratio. `frameSize` is what the decoder reads for an empty payload.
+bool findPayload(std::uint32_t ratio, std::uint32_t frameSize, Payload *payload) {
+    const std::int64_t size = static_cast<std::int32_t>(wordAt(sizeWord));
+    const std::int64_t extra = static_cast<std::int32_t>(wordAt(extraWord));
+    const std::int64_t length = size - bodyOffset - extra;
+    if (extra < 0 || length < 0 || size > recvLength) {
+        return false;
+    }
+    *payload = {static_cast<std::uint32_t>(bodyOffset + extra), static_cast<std::uint32_t>(length)};
+    const std::uint32_t decoded = payload->length == 0 ? frameSize : payload->length;
+    const std::uint64_t stereoSize = std::uint64_t{payload->length} * stereoFrameSize;
+    return payload->offset + decoded <= sizeof recvBuf && stereoSize <= sizeof stereoBuf &&
+           voxoMatchRoom(static_cast<std::uint32_t>(stereoSize), ratio) <= sizeof matchBuf;
+}
+
+// Whether the record may be handled; *payload is set for audio.
+bool isWithinLimits(const VoxoContext &context, const VoxoLoopState &state, Payload *payload) {
+    if (recvLength < bodyOffset) {
+        return false;
+    }
+    switch (wordAt(typeWord)) {
+    case recordCodecInfo:
+        return recvLength >= codecInfoSize(wordAt(codecWord));
+    case recordG711:
+        return findPayload(state.dwDoubleFreqRatio, context.decoder.codecDesc->handle->frameSize,
+                           payload);
+    default:
+        return true;
+    }
+}
+
+// A run of records outside the limits is told once, and how long it was when it ends.
+void countDropped(VoxoLoopState *state) {
+    if (state->droppedRecords++ == 0) {
+        VOXO_REPORT(LOG_WARNING, "Stream record out of limits, dropped\n");
+    }
+}
+
+void endDroppedRun(VoxoLoopState *state) {
+    if (state->droppedRecords > 1) {
+        VOXO_REPORT(LOG_WARNING, "%u stream records out of limits, dropped\n",
+                    state->droppedRecords);
+    }
+    state->droppedRecords = 0;
+}
+
+// Takes the rate, or for G.711 the law, from codec information.
+void takeCodec(VoxoContext *context, VoxoLoopState *state) {
+    DecoderOps &decoder = context->decoder;
+    switch (wordAt(codecWord)) {
+    case codeG711:
+        if (wordAt(g711FlagWord) == 0) {
+            state->dwVoxoOutSample = outputRate;
+        } else {
+            decoder.setCodecInfo(decoder.codecDesc->handle, recvBuf);
+        }
+        break;
+    case codecAac:
+        state->dwVoxoOutSample = wordAt(aacRateWord);
+        VOXO_REPORT(LOG_DEBUG, "CI of AAC4 Sample Rate:%d Channel Num:%d\n",
+                    shown(state->dwVoxoOutSample), shown(wordAt(aacChannelsWord)));
+        break;
+    case codecAmr:
+        state->dwVoxoOutSample = wordAt(amrRateWord);
+        VOXO_REPORT(LOG_DEBUG, "CI of AMR Sample Rate:%d\n", shown(state->dwVoxoOutSample));
+        break;
+    case codecG726:
+        state->dwVoxoOutSample = outputRate;
+        break;
+    default:
+        break;
+    }
+}
+
+void handleCodecInfo(VoxoContext *context, VoxoLoopState *state) {
+    takeCodec(context, state);
+    const std::uint64_t doubled = 2 * std::uint64_t{state->dwVoxoOutSample};
+    state->dwDoubleFreqRatio = static_cast<std::uint32_t>(doubled / outputRate);
+    std::fprintf(stderr, "dwVoxoInSampleRate: %d, dwVoxoOutSample: %d, dwDoubleFreqRatio: %d\n",
+                 shown(outputRate), shown(state->dwVoxoOutSample), shown(state->dwDoubleFreqRatio));
+    const auto lastSize = static_cast<std::uint32_t>(state->lastInputSize);
+    VOXO_REPORT_AT(LOG_DEBUG, ": Current Sample rate=%d Frequecy ratio*2=%d Output Size=%d\n",
+                   shown(state->dwVoxoOutSample), shown(state->dwDoubleFreqRatio),
+                   shown(state->dwDoubleFreqRatio * lastSize));
+}
+
+// Plays the mono samples of `bytes` bytes in decodeBuf.
+void playDecoded(const VoxoContext &context, std::uint32_t bytes, std::uint32_t ratio) {
+    voxoDoubleToStereo(decodeBuf, bytes / sizeof(std::int16_t), stereoBuf);
+    std::uint32_t size = 2 * bytes;
+    const std::int16_t *const block = voxoMatchRate(stereoBuf, matchBuf, &size, ratio);
+    if (ratio == 0) {
+        return;
+    }
+    // An odd payload at an odd ratio ends inside a frame; the half would shift all that follows.
+    size -= size % stereoFrameSize;
+    if (audioout_write(context.audioOut.aoDevId, context.audioOut.aoChn, block,
+                       static_cast<std::int32_t>(size)) != 0) {
+        VOXO_REPORT_AT(LOG_WARNING, ": write audio error\n");
+    }
+}
+
+RecordResult handleAudio(VoxoContext *context, VoxoLoopState *state, const Payload &payload) {
+    const DecoderOps &decoder = context->decoder;
+    G711Opt *const handle = decoder.codecDesc->handle;
+    state->lastInputSize = static_cast<std::int32_t>(payload.length);
+    if (decoder.setIO(handle, recvBuf + payload.offset, decodeBuf, state->lastInputSize) != 0) {
+        VOXO_REPORT_AT(LOG_WARNING, ": setIO failed!\n");
+        return RecordResult::stopDaemon;
+    }
+    std::uint32_t size = payload.length;
+    if (decoder.decode(handle, &size) != 0) {
+        VOXO_REPORT_AT(LOG_WARNING, ": decode failed!\n");
+        return RecordResult::goOn;
+    }
+    playDecoded(*context, size, state->dwDoubleFreqRatio);
+    return RecordResult::goOn;
+}
+
+} // namespace
+
+RecordResult voxoHandleRecord(VoxoContext *context, VoxoLoopState *state) {
+    Payload payload = {};
+    if (!isWithinLimits(*context, *state, &payload)) {
+        countDropped(state);
+        return RecordResult::goOn;
+    }
+    endDroppedRun(state);
+    switch (wordAt(typeWord)) {
+    case recordCodecInfo:
+        handleCodecInfo(context, state);
+        return RecordResult::goOn;
+    case recordG711:
+        return handleAudio(context, state, payload);
+    default:
+        return RecordResult::goOn;
+    }
+}
