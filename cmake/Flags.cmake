@@ -1,10 +1,13 @@
-# How the project is compiled. `project_flags` holds for everything, `product_flags` adds what the
-# code on the camera gives up: exceptions, run-time type information and guarded statics, so that it
-# needs no C++ runtime library.
+# How the project is compiled. `project_warnings` hold for everything, `project_flags` add the
+# sanitizers of a build that has some, `product_flags` what the code on the camera gives up:
+# exceptions, run-time type information and guarded statics, so that it needs no C++ runtime library.
+
+add_library(project_warnings INTERFACE)
+target_compile_options(project_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wno-format-nonliteral -Werror)
 
 add_library(project_flags INTERFACE)
-target_compile_options(project_flags INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wno-format-nonliteral -Werror)
+target_link_libraries(project_flags INTERFACE project_warnings)
 
 if(VOXO_SANITIZE)
     target_compile_options(project_flags INTERFACE

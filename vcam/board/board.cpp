@@ -1,0 +1,117 @@
+#include "vcam/board/board.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// The calls are made past the C library: in the preloaded board its names are the board's own.
+void *rawMap(std::uintptr_t hint, std::size_t length, int flags, int fd, std::uint64_t offset) {
+#ifdef SYS_mmap2
+    const long address = syscall(SYS_mmap2, hint, length, PROT_READ | PROT_WRITE, flags, fd,
+                                 static_cast<unsigned long>(offset / pageSize));
+#else
+    const long address = syscall(SYS_mmap, hint, length, PROT_READ | PROT_WRITE, flags, fd, offset);
+#endif
+    return address == -1 ? nullptr : reinterpret_cast<void *>(address);
+}
+
+bool fitsWord(const void *address, std::size_t length) {
+    const auto begin = reinterpret_cast<std::uintptr_t>(address);
+    return begin <= UINT32_MAX && length <= UINT32_MAX - begin;
+}
+
+} // namespace
+
+void *boardMapMemory(const Board &board, std::uint32_t phys, std::size_t length) {
+    constexpr std::uint64_t firstHint = 0x10000000;
+    constexpr std::uint64_t hintStep = 0x01000000;
+    for (std::uint64_t hint = firstHint; hint <= UINT32_MAX; hint += hintStep) {
+        void *const address =
+            rawMap(static_cast<std::uintptr_t>(hint), length, MAP_SHARED, board.memoryFd, phys);
+        if (address == nullptr || fitsWord(address, length)) {
+            return address;
+        }
+        boardUnmapMemory(address, length);
+    }
+    errno = ENOMEM;
+    return nullptr;
+}
+
+void boardUnmapMemory(void *address, std::size_t length) {
+    syscall(SYS_munmap, address, length);
+}
+
+bool boardCopyFromCaller(void *to, std::uint32_t from, std::size_t size) {
+    iovec local = {to, size};
+    iovec remote = {reinterpret_cast<void *>(static_cast<std::uintptr_t>(from)), size};
+    const ssize_t copied = process_vm_readv(getpid(), &local, 1, &remote, 1, 0);
+    if (copied == static_cast<ssize_t>(size)) {
+        return true;
+    }
+    // Where the system cannot check the address, only the obvious is refused.
+    if (copied == -1 && (errno == ENOSYS || errno == EPERM) && from >= pageSize) {
+        std::memcpy(to, remote.iov_base, size);
+        return true;
+    }
+    errno = EFAULT;
+    return false;
+}
+
+void boardLog(const Board &board, const char *format, ...) {
+    char line[128];
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    LogRegisters &log = board.registers.log;
+    const auto count =
+        static_cast<std::uint32_t>(std::clamp(length, 0, static_cast<int>(sizeof line) - 1));
+    const std::uint32_t begin = log.written.load();
+    for (std::uint32_t i = 0; i < count; ++i) {
+        log.text[(begin + i) % logRoom] = line[i];
+    }
+    log.written = begin + count;
+    board.time.wake(log.written);
+}
+
+bool isProcessAlive(std::uint32_t pid) {
+    const int error = errno;
+    const bool alive = pid != 0 && (kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM);
+    errno = error;
+    return alive;
+}
+
+int refuseCommand() {
+    errno = ENOTTY;
+    return -1;
+}
+
+int refuseRecord() {
+    errno = EFAULT;
+    return -1;
+}
+
+int BoardDevice::command(BoardFile & /*file*/, std::uint32_t /*command*/, void * /*record*/) {
+    return refuseCommand();
+}
+
+void *BoardDevice::map(BoardFile & /*file*/, std::size_t /*length*/, std::uint64_t /*offset*/) {
+    errno = ENODEV;
+    return nullptr;
+}
+
+ssize_t BoardDevice::read(BoardFile & /*file*/, void * /*buffer*/, std::size_t /*size*/) {
+    errno = EINVAL;
+    return -1;
+}

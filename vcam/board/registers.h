@@ -1,0 +1,159 @@
+// The board's registers: what its devices are set to and have done, in one file that every process
+// of the camera maps. They survive a restart of the daemon.
+//
+// The layout is the same on every processor, so a native `vcam` and a daemon built for another
+// instruction set share it: fixed-width words only. A register of several words is changed by one
+// process at a time; single words may be read at any moment.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+using Register = std::atomic<std::uint32_t>;
+static_assert(sizeof(Register) == 4 && Register::is_always_lock_free);
+
+constexpr std::uint32_t boardMagic = 0x6D616376; // "vcam"
+constexpr std::uint32_t boardLayout = 1;
+
+constexpr std::uint32_t aoChannelCount = 16;
+constexpr std::uint32_t aoQueueRoom = 50;     // periods, of any device attributes
+constexpr std::uint32_t aoPeriodRoom = 16384; // bytes of a period and sub-channel
+
+// How often the camera's clock ticks.
+enum : std::uint32_t {
+    paceRealTime = 0,
+    paceAsTheyCome = 1, // periods are played as soon as they are there
+};
+
+// One period in the queue of a channel.
+struct AoPeriodSlot {
+    std::uint32_t bytes; // of each sub-channel
+    std::uint32_t subChannels;
+    std::uint8_t data[2][aoPeriodRoom];
+};
+
+// A channel's queue is a ring that the driver fills and the DAC empties. All counts only ever grow:
+// slots [played, queued) wait, except those below `flushed`, which are to be dropped.
+struct AoChannelRegisters {
+    Register enabled;
+    Register paused;
+    Register queued;  // periods taken from senders; written by the driver
+    Register played;  // periods that have left the queue; written by the DAC
+    Register flushed; // where the queue was when it was last cleared; written by the driver
+    Register refused; // periods that were not taken
+    Register resampleDebug[4];
+    Register vqeDebugWrites;
+    std::uint32_t dump[130]; // the 520-byte dump configuration
+};
+
+struct AoRegisters {
+    Register hasAttr;
+    Register attr[9]; // the attribute record, word by word
+    Register enabled;
+    Register volumeDb;
+    Register trackMode;
+    Register clkDir;
+    Register mute[4];
+    Register periodsPlayed;
+    Register starved; // dropouts: the queue ran dry and sound followed within a second
+    Register peak;    // largest magnitude of a 16-bit sample so far
+    Register work;    // grows with each period, clearing or change of state: the DAC waits on it
+    Register space;   // grows with each period played: a sender waits on it
+    AoChannelRegisters channels[aoChannelCount];
+};
+
+struct AcodecRegisters {
+    Register resets;
+    Register rateCode;
+    Register volume[2]; // left, right
+    Register daclMute;
+};
+
+struct SysRegisters {
+    Register starts;
+    Register isStarted;
+    Register hasConfig;
+    Register config;
+    Register tuningMode;
+    Register tuningRequests; // grows with each run that is asked for and each wake
+    Register tuningPending;  // 1: a run has been asked for and not begun
+    Register tuningArgument;
+    Register tuningRuns; // runs that were reported over
+    Register cacheFlushes;
+};
+
+constexpr std::uint32_t vbPoolCount = 32;
+constexpr std::uint32_t vbBlocksPerPool = 32;
+
+struct VbPoolRegisters {
+    Register used;
+    std::uint32_t blkSize;
+    std::uint32_t blkCnt;
+    std::uint32_t phys;
+    Register taken; // a bit for each block
+};
+
+struct VbRegisters {
+    Register isStarted;
+    Register userPools; // a bit for each user that has pools of its own
+    Register word;
+    std::uint32_t config[97]; // the 388-byte configuration
+    VbPoolRegisters pools[vbPoolCount];
+};
+
+constexpr std::uint32_t zoneBlockCount = 64;
+
+struct ZoneBlockRegisters {
+    Register owner; // process that holds the block, 0: free
+    std::uint32_t phys;
+    std::uint32_t size;
+    char name[16];
+    char zone[32];
+};
+
+struct ZoneRegisters {
+    ZoneBlockRegisters blocks[zoneBlockCount];
+};
+
+constexpr std::uint32_t logRoom = 4096;
+
+// The kernel's log text: a ring of bytes. Counts only ever grow.
+struct LogRegisters {
+    Register written;
+    Register read;
+    Register waitFlag;
+    std::uint32_t levels[6];
+    char text[logRoom];
+};
+
+constexpr std::uint32_t faultCount = 8;
+
+// A command that is to fail: the countdown-th time that it is issued.
+struct FaultRegisters {
+    Register command;
+    Register countdown; // 0: nothing is to fail
+    Register result;    // what the driver answers then
+};
+
+// The daemon's neighbours, played by the process that runs the camera.
+struct NeighbourRegisters {
+    Register encoderSignals; // SIGUSR1 that the audio encoder has received
+};
+
+struct BoardRegisters {
+    Register magic;
+    Register layout;
+    Register pace;
+    Register dacPid; // the process that plays; 0: none
+    FaultRegisters faults[faultCount];
+    NeighbourRegisters neighbours;
+    SysRegisters sys;
+    VbRegisters vb;
+    ZoneRegisters zones;
+    AcodecRegisters acodec;
+    LogRegisters log;
+    AoRegisters ao;
+    AoPeriodSlot queue[aoChannelCount][aoQueueRoom]; // only used slots take room on the disk
+};
+static_assert(offsetof(BoardRegisters, queue) % 4 == 0);

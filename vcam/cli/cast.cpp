@@ -1,0 +1,198 @@
+#include "vcam/cli/commands.h"
+
+#include "vcam/board/ao_queue.h"
+#include "vcam/cli/law_codec.h"
+#include "vcam/cli/stream_sender.h"
+
+#include <sndfile.hh>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <iomanip>
+#include <iostream>
+#include <limits>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int streamRate = 8000;
+constexpr auto recordTime = std::chrono::milliseconds(80);
+// Records sent ahead of time, so that a sender or daemon that is late is not heard.
+constexpr std::size_t recordsAhead = 5;
+constexpr auto playOutPatience = std::chrono::seconds(10);
+constexpr auto playOutLook = std::chrono::milliseconds(20);
+
+double seconds(std::size_t samples) {
+    return static_cast<double>(samples) / streamRate;
+}
+
+// Law bytes in whole records, and one record of silence behind them, which pushes the last sound
+// out of the platform's buffer.
+std::vector<std::uint8_t> recordsOf(const Samples &samples, Law law) {
+    Samples whole = samples;
+    whole.resize((samples.size() + streamPayload - 1) / streamPayload * streamPayload +
+                 streamPayload);
+    return lawEncode(whole, law);
+}
+
+// Shows how far the stream has got: in place on a terminal, else in lines now and then.
+class Progress {
+public:
+    explicit Progress(std::size_t samples)
+        : total_(seconds(samples)), isTerminal_(isatty(STDOUT_FILENO) != 0) {}
+
+    void show(std::size_t samples, bool isLast) {
+        const double done = std::min(seconds(samples), total_);
+        if (!isTerminal_ && !isLast && done < nextLine_) {
+            return;
+        }
+        nextLine_ = done + 1;
+        std::cout << (isTerminal_ ? "\r" : "") << "vcam: cast " << std::fixed
+                  << std::setprecision(1) << done << " of " << total_ << " s ("
+                  << static_cast<int>(total_ > 0 ? 100 * done / total_ : 100) << " %)"
+                  << (isTerminal_ && !isLast ? "" : "\n") << std::flush;
+    }
+
+private:
+    double total_;
+    double nextLine_ = 0;
+    bool isTerminal_;
+};
+
+void sendAll(StreamSender &sender, const std::vector<std::uint8_t> &bytes, bool fast) {
+    Progress progress(bytes.size() - streamPayload);
+    const Clock::time_point start = Clock::now();
+    const std::size_t records = bytes.size() / streamPayload;
+    for (std::size_t i = 0; i < records; ++i) {
+        if (!fast && i > recordsAhead) {
+            std::this_thread::sleep_until(start + recordTime * static_cast<int>(i - recordsAhead));
+        }
+        sender.sendPayload(std::span(bytes).subspan(i * streamPayload, streamPayload));
+        progress.show((i + 1) * streamPayload, i + 1 == records);
+    }
+}
+
+// Waits until the loudspeaker has played what was sent, as far as it gets there.
+void waitForPlayOut(BoardRegisters &registers, std::uint32_t periods) {
+    const AoRegisters &ao = registers.ao;
+    for (auto deadline = Clock::now() + playOutPatience; Clock::now() < deadline;) {
+        if (static_cast<std::int32_t>(ao.periodsPlayed - periods) >= 0 &&
+            aoQueueFill(ao.channels[0]) == 0) {
+            return;
+        }
+        std::this_thread::sleep_for(playOutLook);
+    }
+}
+
+// What the loudspeaker has played from `frame` on.
+Samples heard(const CameraDir &dir, sf_count_t frame, int *channels) {
+    SndfileHandle file(dir.speakerFile().string());
+    *channels = file ? file.channels() : 0;
+    if (*channels == 0 || file.frames() < frame) {
+        return {};
+    }
+    file.seek(frame, SEEK_SET);
+    Samples samples(static_cast<std::size_t>((file.frames() - frame) * *channels));
+    file.readf(samples.data(), file.frames() - frame);
+    return samples;
+}
+
+sf_count_t framesHeard(const CameraDir &dir) {
+    SndfileHandle file(dir.speakerFile().string());
+    return file ? file.frames() : 0;
+}
+
+// How many samples differ when the reference begins at frame `offset` of what was heard.
+std::size_t differences(const Samples &played, int channels, const Samples &reference,
+                        std::size_t offset) {
+    std::size_t count = 0;
+    const std::size_t frames = played.size() / static_cast<std::size_t>(channels);
+    for (std::size_t frame = 0; frame < reference.size(); ++frame) {
+        for (int channel = 0; channel < channels; ++channel) {
+            const std::size_t at = (offset + frame) * static_cast<std::size_t>(channels) +
+                                   static_cast<std::size_t>(channel);
+            count += offset + frame >= frames || played[at] != reference[frame] ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+struct Comparison {
+    std::size_t frames;
+    std::size_t differing;
+};
+
+// Compares what was heard with the reference. What an earlier sound left in the platform's buffer
+// is heard first.
+Comparison compare(const Samples &played, int channels, const Samples &reference) {
+    constexpr std::size_t longestLeftOver = 32768 / sizeof(std::int16_t);
+    Comparison best = {reference.size(), std::numeric_limits<std::size_t>::max()};
+    if (channels == 0) {
+        return {reference.size(), reference.size()};
+    }
+    const std::size_t frames = played.size() / static_cast<std::size_t>(channels);
+    for (std::size_t offset = 0; offset <= std::min(longestLeftOver, frames) && best.differing > 0;
+         ++offset) {
+        // Most offsets are ruled out by the first record.
+        const Samples head(reference.begin(),
+                           reference.begin() + static_cast<std::ptrdiff_t>(
+                                                   std::min(streamPayload, reference.size())));
+        if (offset == 0 || differences(played, channels, head, offset) == 0) {
+            best.differing =
+                std::min(best.differing, differences(played, channels, reference, offset));
+        }
+    }
+    return best;
+}
+
+template <typename Value>
+void row(const char *label, const Value &value) {
+    std::cout << "  " << std::left << std::setw(34) << label << std::right << std::setw(10) << value
+              << '\n';
+}
+
+void printTable(const Comparison &comparison, const AoRegisters &ao, std::uint32_t periods) {
+    std::ostringstream played;
+    played << std::fixed << std::setprecision(2) << seconds(comparison.frames);
+    std::cout << "vcam: the loudspeaker against libsndfile's decoding of the same bytes\n";
+    row("seconds played", played.str());
+    row("periods", periods);
+    row("refused", ao.channels[0].refused);
+    row("starved", ao.starved);
+    row("peak", ao.peak);
+    row("samples that differ", comparison.differing);
+}
+
+} // namespace
+
+int cast(const CameraDir &dir, const CastOptions &options) {
+    dir.requireRunning();
+    const Samples samples = readAudio(options.file);
+    const Law law = options.ulaw ? Law::u : Law::a;
+    const std::vector<std::uint8_t> bytes = recordsOf(samples, law);
+    MappedBoard board(dir, MappedBoard::Mode::open);
+    const std::uint32_t periodsBefore = board.registers().ao.periodsPlayed;
+    const sf_count_t framesBefore = framesHeard(dir);
+
+    StreamSender sender(dir);
+    sender.sendLaw(law);
+    sendAll(sender, bytes, options.fast);
+    const auto audible = static_cast<std::uint32_t>(bytes.size() / streamPayload - 1);
+    waitForPlayOut(board.registers(), periodsBefore + audible);
+    std::cout << "vcam: played to " << dir.speakerFile().string() << '\n';
+    if (!options.check) {
+        return 0;
+    }
+    Samples reference = lawDecode(bytes, law);
+    reference.resize(reference.size() - streamPayload); // still in the platform's buffer
+    int channels = 0;
+    const Samples played = heard(dir, framesBefore, &channels);
+    const Comparison comparison = compare(played, channels, reference);
+    printTable(comparison, board.registers().ao,
+               board.registers().ao.periodsPlayed - periodsBefore);
+    return comparison.differing == 0 ? 0 : 1;
+}

@@ -1,0 +1,109 @@
+// vcam: a camera on a PC.
+#include "vcam/cli/commands.h"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <iostream>
+
+namespace {
+
+void addRun(CLI::App &app, RunOptions &options, std::function<int()> &command,
+            const std::string &dir) {
+    CLI::App *const run =
+        app.add_subcommand("run", "Start a camera with the daemon on it; Ctrl-C ends both");
+    run->add_option("--voxo", options.voxo, "The daemon's program (default: the one beside vcam)");
+    run->add_option("--config", options.config,
+                    "Its configuration file (default: voxo.xml in the camera's directory)")
+        ->check(CLI::ExistingFile);
+    run->add_flag("--fast", options.fast, "Play periods as they come, not in real time");
+    run->add_flag("--bare", options.bare, "Only the board and its neighbours, without the daemon");
+    run->add_flag("--tuning", options.tuning, "Put the board into tuning mode");
+    run->add_option("--fail", options.faults,
+                    "Fail the N-th issue of a driver command: 0xC0785805:2");
+    run->callback([&] { command = [&] { return runCamera(CameraDir(dir), options); }; });
+}
+
+void addCast(CLI::App &app, CastOptions &options, std::function<int()> &command,
+             const std::string &dir) {
+    CLI::App *const sub =
+        app.add_subcommand("cast", "Stream an audio file to the daemon as G.711 records");
+    sub->add_option("file", options.file, "Any file that libsndfile reads")->required();
+    sub->add_flag("--ulaw,!--alaw", options.ulaw, "u-law instead of A-law");
+    sub->add_flag("--fast", options.fast, "As fast as the daemon takes the records");
+    sub->add_flag("--check", options.check,
+                  "Compare the loudspeaker with an independent decoder, and print a table");
+    sub->callback([&] { command = [&] { return cast(CameraDir(dir), options); }; });
+}
+
+void addClip(CLI::App &app, std::string &file, std::function<int()> &command,
+             const std::string &dir) {
+    CLI::App *const clip = app.add_subcommand("clip", "Play WAV clips");
+    clip->require_subcommand(1);
+    CLI::App *const start = clip->add_subcommand("start", "Name a clip and start it");
+    start->add_option("file", file, "A WAV file: 8000 Hz, 16 bits, one or two channels")
+        ->required();
+    start->callback([&] { command = [&] { return startClip(CameraDir(dir), file); }; });
+    CLI::App *const stop = clip->add_subcommand("stop", "Stop the clip");
+    stop->callback([&] { command = [&] { return stopClip(CameraDir(dir)); }; });
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    CLI::App app(
+        "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
+    app.require_subcommand(1);
+    std::string dir;
+    app.add_option("-d,--dir", dir,
+                   "The camera's directory (default: $VCAM_DIR, or one of your own)");
+    app.fallthrough();
+    std::function<int()> command;
+
+    RunOptions runOptions;
+    addRun(app, runOptions, command, dir);
+    CastOptions castOptions;
+    addCast(app, castOptions, command, dir);
+    std::string clipFile;
+    addClip(app, clipFile, command, dir);
+
+    std::string key;
+    std::string value;
+    CLI::App *const set = app.add_subcommand("set", "Set one of the camera's settings");
+    set->add_option("key", key, "For example audioout_c0_volume")->required();
+    set->add_option("value", value)->required();
+    set->callback([&] { command = [&] { return setSetting(CameraDir(dir), key, value); }; });
+
+    std::string talkState;
+    CLI::App *const talkCommand = app.add_subcommand("talk", "Begin or end two-way audio");
+    talkCommand->add_option("state", talkState)->required()->check(CLI::IsMember({"on", "off"}));
+    talkCommand->callback(
+        [&] { command = [&] { return talk(CameraDir(dir), talkState == "on"); }; });
+
+    app.add_subcommand("status", "Show the board's registers and the settings")->callback([&] {
+        command = [&] { return showStatus(CameraDir(dir)); };
+    });
+    app.add_subcommand("log", "Show the requests to the settings daemon")->callback([&] {
+        command = [&] { return showLog(CameraDir(dir)); };
+    });
+
+    std::uint32_t argument = 0;
+    CLI::App *const tuneCommand = app.add_subcommand("tune", "Ask for an audio tuning run");
+    tuneCommand->add_option("argument", argument, "Handed to the tuning library");
+    tuneCommand->callback([&] { command = [&] { return tune(CameraDir(dir), argument); }; });
+
+    std::vector<std::string> program;
+    CLI::App *const exec =
+        app.add_subcommand("exec", "Run a program of yours on the camera's board");
+    exec->prefix_command();
+    exec->callback(
+        [&] { command = [&, exec] { return execOnCamera(CameraDir(dir), exec->remaining()); }; });
+
+    CLI11_PARSE(app, argc, argv);
+    try {
+        return command();
+    } catch (const std::exception &error) {
+        std::cerr << "vcam: " << error.what() << '\n';
+        return 1;
+    }
+}

@@ -1,0 +1,197 @@
+#include "vcam/cli/commands.h"
+
+#include "base/unique_fd.h"
+#include "vcam/board/devices.h"
+#include "vcam/cli/child.h"
+#include "vcam/cli/environment.h"
+#include "vcam/cli/log_collector.h"
+#include "vcam/speaker/player.h"
+#include "vcam/speaker/wav_speaker.h"
+#include "vcam/tessel/tessel.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <optional>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr auto endPatience = std::chrono::seconds(5);
+constexpr std::int32_t faultResult = -1;
+
+constexpr char configText[] = R"(<?xml version="1.0"?>
+<root>
+  <audioout>
+    <aencpid>/var/run/aenc.pid</aencpid>
+    <c0>
+      <device><node>/dev/ao</node></device>
+      <volume>80</volume>
+      <s0><socket>/var/run/voxo/c0/stream</socket></s0>
+      <capability><codectype>g711</codectype></capability>
+    </c0>
+  </audioout>
+</root>
+)";
+
+// Holds the directory for this process alone. Only a directory of its own is a camera's: files are
+// made and removed in it.
+UniqueFd lockDirectory(const CameraDir &dir) {
+    std::error_code error;
+    fs::create_directories(dir.path(), error);
+    if (!fs::exists(dir.lockFile()) && fs::exists(dir.path()) && !fs::is_empty(dir.path(), error)) {
+        throw CameraError(dir.path().string() +
+                          " holds other files; a camera needs a directory of its own");
+    }
+    UniqueFd lock(open(dir.lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!lock) {
+        throw CameraError("cannot use the directory " + dir.path().string() + ": " +
+                          std::strerror(errno));
+    }
+    if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        throw CameraError("a camera is already running in " + dir.path().string());
+    }
+    return lock;
+}
+
+// The camera's files other than its sound and its logs; gone when the camera is.
+class CameraFiles {
+public:
+    explicit CameraFiles(const CameraDir &dir) : dir_(dir) {
+        remove();
+        for (const char *path : {streamSocketPath, tesselSocketPath, logSocketPath}) {
+            fs::create_directories(dir.place(path).parent_path());
+        }
+        writePidFile(dir.place(videoPidPath), getpid());
+        writePidFile(dir.place(encoderPidPath), getpid());
+        if (!fs::exists(dir.configFile())) {
+            std::ofstream(dir.configFile()) << configText;
+        }
+    }
+    CameraFiles(const CameraFiles &) = delete;
+    CameraFiles &operator=(const CameraFiles &) = delete;
+    ~CameraFiles() { remove(); }
+
+private:
+    void remove() {
+        std::error_code ignored;
+        for (const char *place : {"var/run", "tmp/tessel", "usr/sbin", "dev/log"}) {
+            fs::remove_all(dir_.path() / place, ignored);
+            const fs::path parent = (dir_.path() / place).parent_path();
+            if (parent != dir_.path() && fs::is_empty(parent, ignored)) {
+                fs::remove(parent, ignored);
+            }
+        }
+        fs::remove(dir_.registersFile(), ignored);
+        fs::remove(dir_.memoryFile(), ignored);
+    }
+
+    const CameraDir &dir_;
+};
+
+void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
+    registers.pace = options.fast ? paceAsTheyCome : paceRealTime;
+    registers.dacPid = static_cast<std::uint32_t>(getpid());
+    registers.sys.hasConfig = 1; // the video side has set the platform up
+    registers.sys.tuningMode = options.tuning ? 1 : 0;
+    for (const std::string &fault : options.faults) {
+        const std::size_t colon = fault.find(':');
+        std::size_t end = 0;
+        std::uint32_t command = 0;
+        std::uint32_t countdown = 0;
+        try {
+            command = static_cast<std::uint32_t>(std::stoul(fault, &end, 0));
+            countdown = static_cast<std::uint32_t>(std::stoul(fault.substr(colon + 1)));
+        } catch (const std::exception &) {
+            end = std::string::npos;
+        }
+        if (end != colon || countdown == 0 ||
+            !boardFail(registers, command, countdown, faultResult)) {
+            throw CameraError("--fail takes COMMAND:N, at most " + std::to_string(faultCount) +
+                              " times, not " + fault);
+        }
+    }
+}
+
+// Tells the daemon of a new volume, as the camera's settings daemon does. Before it has written its
+// PID file it takes no signals.
+void signalVolume(const CameraDir &dir, const std::string &key) {
+    if (key != "audioout_c0_volume") {
+        return;
+    }
+    if (const std::optional<int> pid = readPidFile(dir.place(voxoPidPath))) {
+        kill(*pid, SIGHUP);
+    }
+}
+
+std::vector<std::string> daemonCommand(const CameraDir &dir, const RunOptions &options) {
+    const std::string voxo =
+        options.voxo.empty() ? besideThisProgram("bin/voxo").string() : options.voxo;
+    const std::string config =
+        options.config.empty() ? dir.configFile().string() : fs::absolute(options.config).string();
+    return {voxo, "-c", config, "-p", voxoPidPath};
+}
+
+// Waits for signals until the camera is to end. Returns the exit status.
+int supervise(Child &daemon, BoardRegisters &registers, const sigset_t &signals) {
+    for (;;) {
+        siginfo_t info = {};
+        if (sigwaitinfo(&signals, &info) < 0) {
+            continue;
+        }
+        switch (info.si_signo) {
+        case SIGUSR1:
+            ++registers.neighbours.encoderSignals;
+            break;
+        case SIGCHLD:
+            if (const std::optional<int> status = daemon.poll()) {
+                std::cerr << "vcam: voxo has ended by itself, with status " << *status << '\n';
+                return 1;
+            }
+            break;
+        default: // SIGINT, SIGTERM
+            return daemon.end(signals, endPatience, [&] { ++registers.neighbours.encoderSignals; });
+        }
+    }
+}
+
+} // namespace
+
+int runCamera(const CameraDir &dir, const RunOptions &options) {
+    const UniqueFd lock = lockDirectory(dir);
+    const CameraFiles files(dir);
+    MappedBoard board(dir, MappedBoard::Mode::create);
+    setUpBoard(board.registers(), options);
+
+    // Blocked in every thread that is started from here on; this one waits for them.
+    sigset_t signals = {};
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGUSR1}) {
+        sigaddset(&signals, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    const LogCollector collector(dir);
+    const Tessel tessel(dir, SettingsStore::ofCamera(),
+                        [&](const std::string &key) { signalVolume(dir, key); });
+    WavSpeaker speaker(dir.speakerFile());
+    const Player player(board.board(), speaker);
+
+    std::cout << "vcam: camera in " << dir.path().string() << "\nvcam: loudspeaker in "
+              << dir.speakerFile().string() << std::endl;
+    Child daemon;
+    if (!options.bare) {
+        daemon.start(daemonCommand(dir, options), [&] { enterBoard(dir); });
+    }
+    const int status = supervise(daemon, board.registers(), signals);
+    std::cout << "vcam: the camera has ended" << std::endl;
+    return status;
+}

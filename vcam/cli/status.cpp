@@ -1,0 +1,126 @@
+#include "vcam/cli/commands.h"
+
+#include "mpp/include/mpp_ao.h"
+#include "vcam/board/ao_queue.h"
+#include "vcam/tessel/tessel.h"
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+namespace {
+
+constexpr int labelWidth = 22;
+constexpr std::size_t lastRequests = 5;
+constexpr double fullScale = 32768;
+
+template <typename Value>
+void line(const char *label, const Value &value) {
+    std::cout << std::left << std::setw(labelWidth) << label << value << '\n';
+}
+
+const char *yesNo(std::uint32_t flag) {
+    return flag != 0 ? "yes" : "no";
+}
+
+AIO_ATTR_S attributes(const AoRegisters &ao) {
+    std::array<std::uint32_t, std::size(decltype(ao.attr){})> words = {};
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        words[i] = ao.attr[i];
+    }
+    AIO_ATTR_S attr = {};
+    static_assert(sizeof attr == sizeof words);
+    std::memcpy(&attr, words.data(), sizeof attr);
+    return attr;
+}
+
+std::string peakText(std::uint32_t peak) {
+    if (peak == 0) {
+        return "0 (silence)";
+    }
+    std::ostringstream text;
+    text << peak << " (" << std::fixed << std::setprecision(1) << 20 * std::log10(peak / fullScale)
+         << " dBFS)";
+    return text.str();
+}
+
+void showOutput(const AoRegisters &ao) {
+    const AIO_ATTR_S attr = attributes(ao);
+    line("device enabled", yesNo(ao.enabled));
+    if (ao.hasAttr != 0) {
+        line("sample rate", std::to_string(attr.enSamplerate) + " Hz");
+        line("bits per sample", 8 * (attr.enBitwidth + 1));
+        line("sound mode", attr.enSoundmode == AUDIO_SOUND_MODE_STEREO ? "stereo" : "mono");
+        line("points per period", attr.u32PtNumPerFrm);
+        line("periods in queue", attr.u32FrmNum);
+    }
+    line("periods played", ao.periodsPlayed);
+    line("starved", ao.starved);
+    line("AO volume", std::to_string(static_cast<std::int32_t>(ao.volumeDb)) + " dB");
+    line("muted", yesNo(ao.mute[0]));
+    line("peak level", peakText(ao.peak));
+    for (std::uint32_t i = 0; i < aoChannelCount; ++i) {
+        const AoChannelRegisters &channel = ao.channels[i];
+        if (channel.enabled != 0 || channel.queued != 0) {
+            const std::string prefix = "channel " + std::to_string(i) + ' ';
+            line((prefix + "enabled").c_str(), yesNo(channel.enabled));
+            line((prefix + "queue fill").c_str(), aoQueueFill(channel));
+            line((prefix + "refused").c_str(), channel.refused);
+        }
+    }
+}
+
+void showCodec(const AcodecRegisters &codec) {
+    line("codec resets", codec.resets);
+    line("codec rate code", codec.rateCode);
+    line("codec gain",
+         std::to_string(codec.volume[0]) + " left, " + std::to_string(codec.volume[1]) + " right");
+    line("codec left muted", yesNo(codec.daclMute));
+}
+
+void showSettings(const CameraDir &dir) {
+    std::cout << "settings\n";
+    std::istringstream settings(askTessel(dir, tesselShowRequest));
+    for (std::string text; std::getline(settings, text);) {
+        std::cout << "  " << text << '\n';
+    }
+}
+
+std::deque<std::string> lastLines(const std::filesystem::path &file) {
+    std::deque<std::string> lines;
+    std::ifstream in(file);
+    for (std::string text; std::getline(in, text);) {
+        lines.push_back(text);
+        if (lines.size() > lastRequests) {
+            lines.pop_front();
+        }
+    }
+    return lines;
+}
+
+} // namespace
+
+int showStatus(const CameraDir &dir) {
+    dir.requireRunning();
+    MappedBoard board(dir, MappedBoard::Mode::open);
+    const BoardRegisters &registers = board.registers();
+    const std::optional<int> daemon = readPidFile(dir.place(voxoPidPath));
+    line("camera", dir.path().string());
+    line("voxo", daemon ? "running, process " + std::to_string(*daemon) : "not running");
+    line("platform started", yesNo(registers.sys.isStarted));
+    line("encoder signals", registers.neighbours.encoderSignals);
+    showOutput(registers.ao);
+    showCodec(registers.acodec);
+    showSettings(dir);
+    std::cout << "last requests to the settings daemon\n";
+    for (const std::string &request : lastLines(dir.tesselLog())) {
+        std::cout << "  " << request << '\n';
+    }
+    return 0;
+}

@@ -1,0 +1,150 @@
+#include "vcam/preload/board_process.h"
+
+#include "vcam/preload/camera_paths.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+constexpr int descriptorCount = 1024;
+constexpr int lowestDescriptor = 3;
+
+char directory[cameraPathRoom];
+int directoryFd = -1;
+
+alignas(Board) unsigned char boardMemory[sizeof(Board)];
+alignas(BoardDevices) unsigned char devicesMemory[sizeof(BoardDevices)];
+alignas(SystemBoardTime) unsigned char timeMemory[sizeof(SystemBoardTime)];
+
+OpenDevice openDevices[descriptorCount];
+std::atomic<bool> isOpenDevice[descriptorCount];
+
+BoardDevices &devices() {
+    return *std::launder(reinterpret_cast<BoardDevices *>(devicesMemory));
+}
+
+int rawOpen(const char *path, int flags) {
+#ifdef O_LARGEFILE
+    flags |= O_LARGEFILE;
+#endif
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags | O_CLOEXEC, 0600));
+}
+
+int openInDirectory(const char *file) {
+    char path[cameraPathRoom];
+    const int length = std::snprintf(path, sizeof path, "%s%s", directory, file);
+    return length < static_cast<int>(sizeof path) ? rawOpen(path, O_RDWR) : -1;
+}
+
+BoardRegisters *mapRegisters() {
+    const int fd = openInDirectory(cameraRegistersFile);
+    if (fd < 0) {
+        return nullptr;
+    }
+#ifdef SYS_mmap2
+    const long address = syscall(SYS_mmap2, nullptr, sizeof(BoardRegisters), PROT_READ | PROT_WRITE,
+                                 MAP_SHARED, fd, 0);
+#else
+    const long address = syscall(SYS_mmap, nullptr, sizeof(BoardRegisters), PROT_READ | PROT_WRITE,
+                                 MAP_SHARED, fd, 0);
+#endif
+    syscall(SYS_close, fd);
+    return address == -1 ? nullptr : reinterpret_cast<BoardRegisters *>(address);
+}
+
+[[noreturn]] void refuseToRun(const char *reason) {
+    std::fprintf(stderr, "vcam: %s in %s\n", reason, directory);
+    _exit(1);
+}
+
+// Takes the camera's directory from the environment, before the daemon's first call.
+[[gnu::constructor]] void powerUp() {
+    const char *const dir = std::getenv(cameraDirVariable);
+    if (dir == nullptr || dir[0] != '/') {
+        return;
+    }
+    std::snprintf(directory, sizeof directory, "%s", dir);
+    BoardRegisters *const registers = mapRegisters();
+    if (registers == nullptr || registers->magic != boardMagic ||
+        registers->layout != boardLayout) {
+        refuseToRun("no board of this kind");
+    }
+    const int memoryFd = openInDirectory(cameraMemoryFile);
+    directoryFd = rawOpen(directory, O_PATH | O_DIRECTORY);
+    if (memoryFd < 0 || directoryFd < 0) {
+        refuseToRun("no memory of the board");
+    }
+    auto *const time = new (timeMemory) SystemBoardTime;
+    auto *const board = new (boardMemory) Board{*registers, memoryFd, *time};
+    new (devicesMemory) BoardDevices(*board);
+}
+
+} // namespace
+
+const char *cameraDir() {
+    return directoryFd >= 0 ? directory : nullptr;
+}
+
+int cameraDirFd() {
+    return directoryFd;
+}
+
+Board &processBoard() {
+    return *std::launder(reinterpret_cast<Board *>(boardMemory));
+}
+
+const char *cameraPlaceOf(const char *path, char *buffer) {
+    return cameraDir() != nullptr ? placeOf(directory, path, buffer) : path;
+}
+
+int openDevice(const char *path) {
+    BoardDevice *const device = cameraDir() != nullptr ? devices().find(path) : nullptr;
+    if (device == nullptr) {
+        return -1;
+    }
+    const int low = rawOpen("/dev/null", O_RDWR);
+    const int fd = static_cast<int>(syscall(SYS_fcntl, low, F_DUPFD_CLOEXEC, lowestDescriptor));
+    syscall(SYS_close, low);
+    if (fd >= descriptorCount) {
+        syscall(SYS_close, fd);
+        return -1;
+    }
+    if (fd >= 0) {
+        openDevices[fd] = {device, {UINT32_MAX}};
+        isOpenDevice[fd] = true;
+    }
+    return fd;
+}
+
+OpenDevice *openDeviceOf(int fd) {
+    return fd >= 0 && fd < descriptorCount && isOpenDevice[fd] ? &openDevices[fd] : nullptr;
+}
+
+int deviceCommand(OpenDevice &open, unsigned long request, void *record) {
+    return devices().command(*open.device, open.file, static_cast<std::uint32_t>(request), record);
+}
+
+void forgetDevice(int fd) {
+    if (openDeviceOf(fd) != nullptr) {
+        isOpenDevice[fd] = false;
+    }
+}
+
+void copyDevice(int fd, int copy) {
+    const OpenDevice *const open = openDeviceOf(fd);
+    if (copy < 0 || copy >= descriptorCount) {
+        return;
+    }
+    if (open != nullptr) {
+        openDevices[copy] = *open;
+    }
+    isOpenDevice[copy] = open != nullptr;
+}

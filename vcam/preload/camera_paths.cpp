@@ -1,0 +1,54 @@
+#include "vcam/preload/camera_paths.h"
+
+#include <sys/socket.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr char runPrefix[] = "/var/run/";
+constexpr const char *wholePaths[] = {"/tmp/tessel", "/usr/sbin/tessel", "/dev/log"};
+
+bool startsWith(const char *text, const char *start) {
+    return std::strncmp(text, start, std::strlen(start)) == 0;
+}
+
+bool isInside(const char *dir, const char *path) {
+    return startsWith(path, dir) && path[std::strlen(dir)] == '/';
+}
+
+} // namespace
+
+bool isCameraPath(const char *path) {
+    for (const char *whole : wholePaths) {
+        if (std::strcmp(path, whole) == 0) {
+            return true;
+        }
+    }
+    return startsWith(path, runPrefix);
+}
+
+const char *placeOf(const char *dir, const char *path, char *buffer) {
+    if (path == nullptr || !isCameraPath(path) || isInside(dir, path)) {
+        return path;
+    }
+    const int length = std::snprintf(buffer, cameraPathRoom, "%s%s", dir, path);
+    return length < static_cast<int>(cameraPathRoom) ? buffer : path;
+}
+
+std::size_t socketAddressOf(const char *dir, int dirFd, const char *path, sockaddr_un *address) {
+    char buffer[cameraPathRoom];
+    const char *const place = placeOf(dir, path, buffer);
+    *address = {};
+    address->sun_family = AF_UNIX;
+    std::size_t length = std::strlen(place);
+    if (length < sizeof address->sun_path) {
+        std::memcpy(address->sun_path, place, length);
+    } else if (isInside(dir, place)) {
+        length = static_cast<std::size_t>(std::snprintf(address->sun_path, sizeof address->sun_path,
+                                                        "/proc/self/fd/%d%s", dirFd,
+                                                        place + std::strlen(dir)));
+    }
+    return length < sizeof address->sun_path ? offsetof(sockaddr_un, sun_path) + length : 0;
+}

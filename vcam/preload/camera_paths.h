@@ -1,0 +1,27 @@
+// Where a camera's fixed paths lie on a PC: under a directory of the user's choice.
+#pragma once
+
+#include <sys/un.h>
+
+#include <cstddef>
+
+// Environment variable that names the directory to the daemon's process.
+constexpr char cameraDirVariable[] = "VCAM_DIR";
+
+// Files in the directory that are not the camera's own.
+constexpr char cameraRegistersFile[] = "/board";
+constexpr char cameraMemoryFile[] = "/memory";
+
+constexpr std::size_t cameraPathRoom = 4096;
+
+// Whether the camera looks for this path, so that it lies in the directory.
+bool isCameraPath(const char *path);
+
+// The place of `path`: in the directory if it is a camera's, else where it names. A path that is in
+// the directory already stays. `buffer` has cameraPathRoom bytes; the result is `path` or `buffer`.
+const char *placeOf(const char *dir, const char *path, char *buffer);
+
+// The address of a local socket at `path`. `dirFd` is a descriptor of the directory, by which a
+// place is reached whose name does not fit an address. Returns the address's length, or 0 when not
+// even that fits.
+std::size_t socketAddressOf(const char *dir, int dirFd, const char *path, sockaddr_un *address);

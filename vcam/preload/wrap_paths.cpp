@@ -1,0 +1,109 @@
+// Calls that name a file.
+#include "vcam/preload/board_process.h"
+#include "vcam/preload/camera_paths.h"
+#include "vcam/preload/interpose.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace {
+
+// Passes a call of two arguments, the first a path, on to its next definition.
+template <typename Result, typename Second>
+Result passPath(const char *name, const char *path, Second second) {
+    char buffer[cameraPathRoom];
+    const auto next = nextDefinition<Result (*)(const char *, Second)>(name);
+    return next(cameraPlaceOf(path, buffer), second);
+}
+
+// The same for the *at calls.
+template <typename Status>
+int passStatAt(const char *name, int dirFd, const char *path, Status *status, int flags) {
+    char buffer[cameraPathRoom];
+    const auto next = nextDefinition<int (*)(int, const char *, Status *, int)>(name);
+    return next(dirFd, cameraPlaceOf(path, buffer), status, flags);
+}
+
+int unlinkPath(const char *path, int flags) {
+    char buffer[cameraPathRoom];
+    return static_cast<int>(syscall(SYS_unlinkat, AT_FDCWD, cameraPlaceOf(path, buffer), flags));
+}
+
+} // namespace
+
+INTERPOSE(std::FILE *, fopen, (const char *path, const char *mode)) {
+    return passPath<std::FILE *>("fopen", path, mode);
+}
+
+INTERPOSE(std::FILE *, fopen64, (const char *path, const char *mode)) {
+    return passPath<std::FILE *>("fopen64", path, mode);
+}
+
+INTERPOSE(int, stat, (const char *path, struct stat *status)) {
+    return passPath<int>("stat", path, status);
+}
+
+INTERPOSE(int, stat64, (const char *path, struct stat64 *status)) {
+    return passPath<int>("stat64", path, status);
+}
+
+INTERPOSE(int, lstat, (const char *path, struct stat *status)) {
+    return passPath<int>("lstat", path, status);
+}
+
+INTERPOSE(int, lstat64, (const char *path, struct stat64 *status)) {
+    return passPath<int>("lstat64", path, status);
+}
+
+INTERPOSE(int, fstatat, (int dirFd, const char *path, struct stat *status, int flags)) {
+    return passStatAt("fstatat", dirFd, path, status, flags);
+}
+
+INTERPOSE(int, fstatat64, (int dirFd, const char *path, struct stat64 *status, int flags)) {
+    return passStatAt("fstatat64", dirFd, path, status, flags);
+}
+
+#ifndef __LP64__
+INTERPOSE(int, __stat64_time64, (const char *path, void *status)) {
+    return passPath<int>("__stat64_time64", path, status);
+}
+
+INTERPOSE(int, __fstatat64_time64, (int dirFd, const char *path, void *status, int flags)) {
+    return passStatAt("__fstatat64_time64", dirFd, path, status, flags);
+}
+#endif
+
+INTERPOSE(int, access, (const char *path, int mode)) {
+    char buffer[cameraPathRoom];
+    return static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, cameraPlaceOf(path, buffer), mode));
+}
+
+INTERPOSE(int, mkfifo, (const char *path, mode_t mode)) {
+    char buffer[cameraPathRoom];
+    return static_cast<int>(
+        syscall(SYS_mknodat, AT_FDCWD, cameraPlaceOf(path, buffer), mode | S_IFIFO, 0));
+}
+
+INTERPOSE(int, chmod, (const char *path, mode_t mode)) {
+    char buffer[cameraPathRoom];
+    return static_cast<int>(syscall(SYS_fchmodat, AT_FDCWD, cameraPlaceOf(path, buffer), mode));
+}
+
+INTERPOSE(int, unlink, (const char *path)) {
+    return unlinkPath(path, 0);
+}
+
+INTERPOSE(int, remove, (const char *path)) {
+    const int result = unlinkPath(path, 0);
+    return result != 0 && (errno == EISDIR || errno == EPERM) ? unlinkPath(path, AT_REMOVEDIR)
+                                                              : result;
+}
+
+INTERPOSE(key_t, ftok, (const char *path, int project)) {
+    return passPath<key_t>("ftok", path, project);
+}

@@ -1,0 +1,56 @@
+// Local sockets at a camera's paths.
+#include "vcam/preload/board_process.h"
+#include "vcam/preload/camera_paths.h"
+#include "vcam/preload/interpose.h"
+
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// The address to use in place of a caller's: the same, or one in the camera's directory.
+class CameraAddress {
+public:
+    CameraAddress(const sockaddr *address, socklen_t length) : address_(address), length_(length) {
+        constexpr std::size_t pathOffset = offsetof(sockaddr_un, sun_path);
+        if (cameraDir() == nullptr || length <= pathOffset || length > sizeof(sockaddr_un) ||
+            address->sa_family != AF_UNIX) {
+            return;
+        }
+        char path[sizeof(sockaddr_un::sun_path) + 1] = {};
+        std::memcpy(path, reinterpret_cast<const char *>(address) + pathOffset,
+                    length - pathOffset);
+        if (!isCameraPath(path)) {
+            return;
+        }
+        const std::size_t placed = socketAddressOf(cameraDir(), cameraDirFd(), path, &own_);
+        if (placed > 0) {
+            address_ = reinterpret_cast<const sockaddr *>(&own_);
+            length_ = static_cast<socklen_t>(placed);
+        }
+    }
+
+    const sockaddr *get() const { return address_; }
+    socklen_t length() const { return length_; }
+
+private:
+    sockaddr_un own_ = {};
+    const sockaddr *address_;
+    socklen_t length_;
+};
+
+} // namespace
+
+INTERPOSE(int, bind, (int fd, const sockaddr *address, socklen_t length)) {
+    const CameraAddress camera(address, length);
+    return static_cast<int>(syscall(SYS_bind, fd, camera.get(), camera.length()));
+}
+
+INTERPOSE(int, connect, (int fd, const sockaddr *address, socklen_t length)) {
+    const CameraAddress camera(address, length);
+    return static_cast<int>(syscall(SYS_connect, fd, camera.get(), camera.length()));
+}
