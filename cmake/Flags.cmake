@@ -10,7 +10,8 @@ add_library(project_flags INTERFACE)
 target_link_libraries(project_flags INTERFACE project_warnings)
 
 if(VOXO_SANITIZE)
-    target_compile_options(project_flags INTERFACE
+    # The sanitizers' own code makes g++ see uninitialised values in its library.
+    target_compile_options(project_flags INTERFACE -Wno-maybe-uninitialized
         -fsanitize=${VOXO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(project_flags INTERFACE -fsanitize=${VOXO_SANITIZE})
 endif()

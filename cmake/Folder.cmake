@@ -8,6 +8,7 @@
 # folder_view(<target> <PUBLIC|PRIVATE|INTERFACE> <path>...): shows these folders or headers.
 function(folder_view target scope)
     set(view ${CMAKE_BINARY_DIR}/view/${target}-${scope})
+    file(REMOVE_RECURSE ${view}) # what an earlier configuration showed
     foreach(path IN LISTS ARGN)
         get_filename_component(parent ${path} DIRECTORY)
         file(MAKE_DIRECTORY ${view}/${parent})

@@ -1,5 +1,6 @@
 #include "settings/settings_shm.h"
 
+#include "settings/settings_lookup.h"
 #include "settings/settings_request.h"
 #include "settings/settings_tree.h"
 
@@ -15,15 +16,6 @@ namespace {
 
 constexpr char keyPath[] = "/usr/sbin/tessel";
 constexpr int keyProject = 'c';
-
-constexpr char valueName[] = "value";
-constexpr char aliasName[] = "aliasxpath";
-constexpr char fetchName[] = "getonce";
-
-template <std::size_t Size>
-constexpr std::size_t lengthOf(const char (&)[Size]) {
-    return Size - 1;
-}
 
 // The lock of the snapshot, held by this process. SEM_UNDO lets the kernel give it back if the
 // process dies.
@@ -100,58 +92,6 @@ private:
     void *address_ = nullptr;
 };
 
-// The value node of the setting that the key names, across its aliases.
-bool findValue(SettingsTree &tree, const char *key, SettingsNode *value) {
-    SettingsNode setting = {};
-    if (!tree.find(key, &setting)) {
-        return false;
-    }
-    StoredPointer next = setting.child;
-    int aliases = 0;
-    while (tree.load(next, value)) {
-        if (tree.isNamed(*value, valueName, lengthOf(valueName))) {
-            return true;
-        }
-        next = value->sibling;
-        if (tree.isNamed(*value, aliasName, lengthOf(aliasName))) {
-            char target[SettingsTree::keyLimit + 1];
-            std::size_t length = 0;
-            if (++aliases > SettingsTree::aliasLimit ||
-                !tree.copyText(value->text, target, sizeof target, &length) ||
-                length == sizeof target || !tree.find(target, &setting)) {
-                return false;
-            }
-            next = setting.child;
-        }
-    }
-    return false;
-}
-
-// Whether the value is marked as to be fetched from the daemon: by a node beside it.
-bool isFetchedOnDemand(SettingsTree &tree, const SettingsNode &value) {
-    SettingsNode node = {};
-    const StoredPointer first = tree.load(value.parent, &node) ? node.child : value.self;
-    return tree.findSibling(first, fetchName, lengthOf(fetchName), &node);
-}
-
-enum class Lookup { found, tooLong, onDemand, failed };
-
-Lookup lookUp(SettingsTree tree, const char *key, char *buffer, std::uint32_t room) {
-    SettingsNode value = {};
-    std::size_t length = 0;
-    if (!findValue(tree, key, &value) || !tree.copyText(value.text, buffer, room, &length)) {
-        return Lookup::failed;
-    }
-    const bool onDemand = length == 0 && isFetchedOnDemand(tree, value);
-    if (tree.isBroken()) {
-        return Lookup::failed;
-    }
-    if (onDemand) {
-        return Lookup::onDemand;
-    }
-    return length < room ? Lookup::found : Lookup::tooLong;
-}
-
 std::int32_t fetch(const char *key, char *buffer, std::uint32_t room) {
     SETTINGS_REQUEST request = {};
     request.kind = SETTINGS_KIND_GET;
@@ -183,14 +123,14 @@ std::int32_t settings_shm_get(const char *key, char *buffer, std::uint32_t room)
         std::printf("shmat attach faile. errno = %d %s\n", errno, std::strerror(errno));
         return -1;
     }
-    const Lookup result =
-        lookUp(SettingsTree(segment.address(), segment.size()), key, buffer, room);
-    if (result == Lookup::failed) {
+    const SettingsLookup result =
+        settingsLookUp(SettingsTree(segment.address(), segment.size()), key, buffer, room);
+    if (result == SettingsLookup::failed) {
         return -1;
     }
-    if (result == Lookup::onDemand) {
+    if (result == SettingsLookup::onDemand) {
         segment.detach();
         return lock.giveBack() ? fetch(key, buffer, room) : -1;
     }
-    return lock.giveBack() && result == Lookup::found ? 0 : -1;
+    return lock.giveBack() && result == SettingsLookup::found ? 0 : -1;
 }

@@ -90,7 +90,7 @@ void playChunk(VoxoContext *context, VoxoLoopState *state) {
     std::int16_t *block = decodeBuf;
     std::uint32_t size = count;
     if (state->dwWavFileChannel != 2) {
-        voxoDoubleToStereo(decodeBuf, count / sizeof(std::int16_t), stereoBuf);
+        voxoDoubleToStereo(decodeBuf, count / 2, stereoBuf);
         block = stereoBuf;
         size = 2 * count;
     }

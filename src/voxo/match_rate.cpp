@@ -13,7 +13,7 @@ struct StereoFrame {
 static_assert(sizeof(StereoFrame) == 4);
 
 std::uint32_t framesOf(std::uint32_t size) {
-    return size / sizeof(StereoFrame);
+    return size / static_cast<std::uint32_t>(sizeof(StereoFrame));
 }
 
 StereoFrame load(const std::int16_t *block, std::uint32_t frame) {

@@ -34,7 +34,8 @@ constexpr std::uint32_t amrRateWord = 44;
 constexpr std::uint32_t g711FlagWord = 60;
 
 constexpr std::uint32_t outputRate = 8000;
-constexpr std::uint32_t stereoFrameSize = 4;
+constexpr std::uint32_t sampleSize = sizeof(std::int16_t);
+constexpr std::uint32_t stereoFrameSize = 2 * sampleSize;
 
 std::uint32_t wordAt(std::uint32_t offset) {
     std::uint32_t word = 0;
@@ -155,7 +156,7 @@ void handleCodecInfo(VoxoContext *context, VoxoLoopState *state) {
 
 // Plays the mono samples of `bytes` bytes in decodeBuf.
 void playDecoded(const VoxoContext &context, std::uint32_t bytes, std::uint32_t ratio) {
-    voxoDoubleToStereo(decodeBuf, bytes / sizeof(std::int16_t), stereoBuf);
+    voxoDoubleToStereo(decodeBuf, bytes / sampleSize, stereoBuf);
     std::uint32_t size = 2 * bytes;
     const std::int16_t *const block = voxoMatchRate(stereoBuf, matchBuf, &size, ratio);
     if (ratio == 0) {

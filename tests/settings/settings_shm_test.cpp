@@ -1,0 +1,147 @@
+#include "settings/settings_shm.h"
+
+#include "tests/settings/fake_tessel.h"
+#include "tests/support/captured.h"
+#include "tests/support/redirect.h"
+#include "vcam/tessel/snapshot.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <sys/wait.h>
+
+#include <cstring>
+#include <fstream>
+
+namespace {
+
+// The snapshot of a settings daemon, in the kernel's own shared memory and semaphore.
+class SnapshotTest : public testing::Test {
+protected:
+    std::filesystem::path keyFile() const { return dir_.path() / "usr/sbin/tessel"; }
+
+    std::int32_t get(const std::string &key, std::uint32_t room = 4) {
+        value_.assign(room + 1, '#');
+        const std::int32_t result = settings_shm_get(key.c_str(), value_.data(), room);
+        EXPECT_EQ('#', value_[room]); // nothing past the room
+        return result;
+    }
+
+    // The value, when the whole of it was copied.
+    std::string valueOf(const std::string &key, std::uint32_t room = 4) {
+        return get(key, room) == 0 ? value_.c_str() : "(none)";
+    }
+
+    TemporaryDirectory dir_;
+    RedirectedPaths paths_{dir_.path()};
+    std::string value_;
+};
+
+TEST_F(SnapshotTest, ReadsValuesAcrossAliases) {
+    SettingsStore store;
+    store.set("audioout_c0_volume", "80");
+    store.set("audioout_c0_long", "1000");
+    store.set("audioout_c0_empty", "");
+    store.setAlias("old_volume", "audioout_c0_volume");
+    store.setAlias("older_volume", "old_volume");
+    store.setAlias("lost", "nowhere_at_all");
+    store.setAlias("round", "round_about");
+    store.setAlias("round_about", "round");
+    Snapshot snapshot(keyFile());
+    ASSERT_TRUE(snapshot.write(store));
+
+    EXPECT_EQ("80", valueOf("audioout_c0_volume"));
+    EXPECT_EQ(0, std::memcmp(value_.data(), "80\0", 4)); // the rest of the room is zero
+    EXPECT_EQ("80", valueOf("old_volume"));
+    EXPECT_EQ("80", valueOf("older_volume"));
+    EXPECT_EQ("", valueOf("audioout_c0_empty"));
+    EXPECT_EQ(-1, get("audioout_c0_long"));
+    EXPECT_EQ("1000", value_.substr(0, 4));
+    EXPECT_EQ("1000", valueOf("audioout_c0_long", 5));
+    for (const char *key : {"audio_c0_volume", "audioout_c0", "audioout_c0_volume_x", "lost",
+                            "round", "", "_", "audioout__volume"}) {
+        EXPECT_EQ("", errorsOf([&] { EXPECT_EQ(-1, get(key)) << key; })) << key;
+    }
+}
+
+TEST_F(SnapshotTest, FollowsABoundedNumberOfAliases) {
+    SettingsStore store;
+    store.set("a0", "1");
+    for (int i = 1; i <= 17; ++i) {
+        store.setAlias("a" + std::to_string(i), "a" + std::to_string(i - 1));
+    }
+    Snapshot snapshot(keyFile());
+    ASSERT_TRUE(snapshot.write(store));
+    EXPECT_EQ("1", valueOf("a16"));
+    EXPECT_EQ("(none)", valueOf("a17"));
+}
+
+// The request is made when neither lock nor segment is held any more.
+TEST_F(SnapshotTest, FetchesAValueOnDemand) {
+    SettingsStore store;
+    store.setFetched("on_demand", "42");
+    Snapshot snapshot(keyFile());
+    ASSERT_TRUE(snapshot.write(store));
+    std::string request;
+    const FakeTessel tessel(dir_.path(), [&](int fd) {
+        request = FakeTessel::receive(fd);
+        EXPECT_TRUE(snapshot.write(store)); // would wait for the lock
+        const key_t key = ftok(keyFile().c_str(), 'c');
+        shmid_ds status = {};
+        EXPECT_EQ(0, shmctl(shmget(key, 0, 0), IPC_STAT, &status));
+        EXPECT_EQ(1U, status.shm_nattch); // the writer's
+        send(fd, "42", 2, MSG_NOSIGNAL);
+    });
+    EXPECT_EQ("42", valueOf("on_demand"));
+    EXPECT_EQ("get Value 99 0\non_demand", request);
+}
+
+TEST_F(SnapshotTest, SaysWhatIsMissing) {
+    EXPECT_EQ("ftok: No such file or directory\n",
+              errorsOf([&] { EXPECT_EQ(-1, get("audioout_c0_volume")); }));
+    std::filesystem::create_directories(keyFile().parent_path());
+    std::ofstream(keyFile()) << "x";
+    EXPECT_EQ("semget: No such file or directory\n",
+              errorsOf([&] { EXPECT_EQ(-1, get("audioout_c0_volume")); }));
+    const int semaphore = semget(ftok(keyFile().c_str(), 'c'), 1, IPC_CREAT | 0600);
+    semctl(semaphore, 0, SETVAL, 1);
+    EXPECT_EQ("shmat attach faile. errno = 22 Invalid argument\n",
+              outputOf([&] { EXPECT_EQ(-1, get("audioout_c0_volume")); }));
+    EXPECT_EQ(1, semctl(semaphore, 0, GETVAL)); // given back
+    semctl(semaphore, 0, IPC_RMID);
+}
+
+// The kernel gives the lock of a dead writer back.
+TEST_F(SnapshotTest, OutlivesAWriterThatDiesWithTheLock) {
+    Snapshot snapshot(keyFile());
+    ASSERT_TRUE(snapshot.write(SettingsStore::ofCamera()));
+    const int semaphore = semget(ftok(keyFile().c_str(), 'c'), 1, 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        sembuf take = {0, -1, SEM_UNDO};
+        semop(semaphore, &take, 1);
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ("80", valueOf("audioout_c0_volume"));
+}
+
+TEST_F(SnapshotTest, LeavesNothingBehind) {
+    Snapshot snapshot(keyFile());
+    ASSERT_TRUE(snapshot.write(SettingsStore::ofCamera()));
+    get("audioout_c0_volume");
+    const key_t key = ftok(keyFile().c_str(), 'c');
+    const std::size_t descriptors = openDescriptorCount();
+    for (int i = 0; i < 10000; ++i) {
+        get(i % 2 == 0 ? "audioout_c0_volume" : "no_such_key");
+    }
+    shmid_ds status = {};
+    ASSERT_EQ(0, shmctl(shmget(key, 0, 0), IPC_STAT, &status));
+    EXPECT_EQ(1U, status.shm_nattch);
+    EXPECT_EQ(1, semctl(semget(key, 1, 0), 0, GETVAL));
+    EXPECT_EQ(descriptors, openDescriptorCount());
+}
+
+} // namespace

@@ -1,0 +1,44 @@
+// What a piece of code writes to standard output and standard error.
+#pragma once
+
+#include <string>
+#include <type_traits>
+#include <utility>
+
+// Both streams while a scope lasts, or until they are asked for.
+class Captured {
+public:
+    Captured();
+    Captured(const Captured &) = delete;
+    Captured &operator=(const Captured &) = delete;
+    ~Captured();
+
+    // Ends the capture.
+    struct Texts {
+        std::string out;
+        std::string err;
+    };
+    Texts texts();
+
+private:
+    int saved_[2] = {-1, -1};
+    int files_[2] = {-1, -1};
+};
+
+// Runs `code` and returns what it wrote to standard output, or to standard error.
+template <typename Code>
+std::string outputOf(Code code) {
+    Captured captured;
+    code();
+    return captured.texts().out;
+}
+
+template <typename Code>
+std::string errorsOf(Code code) {
+    Captured captured;
+    code();
+    return captured.texts().err;
+}
+
+// The text with the source lines in it shown as '#': they come and go.
+std::string withoutLines(const std::string &text);

@@ -1,0 +1,32 @@
+// Lets a test's own process find a camera's fixed paths in a directory, and waits pass faster.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+// A directory of the test's own, gone with the object.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory();
+    TemporaryDirectory(const TemporaryDirectory &) = delete;
+    TemporaryDirectory &operator=(const TemporaryDirectory &) = delete;
+    ~TemporaryDirectory();
+
+    const std::filesystem::path &path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// While it lasts, connect, bind, ftok, stat, access, mkfifo, open, unlink and chmod find the
+// camera's paths under the directory, and socket time-outs are a hundredth of what is asked for.
+class RedirectedPaths {
+public:
+    explicit RedirectedPaths(const std::filesystem::path &dir);
+    RedirectedPaths(const RedirectedPaths &) = delete;
+    RedirectedPaths &operator=(const RedirectedPaths &) = delete;
+    ~RedirectedPaths();
+};
+
+// How many descriptors this process has open.
+std::size_t openDescriptorCount();
