@@ -1,13 +1,13 @@
 // Segments that are torn or hostile, on memory that ends where the segment does.
 #include "settings/settings_lookup.h"
 
+#include "tests/support/random.h"
 #include "vcam/tessel/settings_image.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <memory>
-#include <random>
 
 namespace {
 
@@ -61,15 +61,14 @@ TEST(SettingsTree, FailsWhereverItIsTorn) {
 
 TEST(SettingsTree, EndsOnEveryDamage) {
     const std::vector<unsigned char> whole = settingsImage(sampleStore(), base);
-    std::mt19937 random(20261122);
+    Random random;
     for (int i = 0; i < 20000; ++i) {
         std::vector<unsigned char> image = whole;
         for (int wounds = 0; wounds < 1 + i % 3; ++wounds) {
-            const std::size_t at = random() % (image.size() - 4);
+            const std::size_t at = random.below(image.size() - 4);
             // Half of the damage makes pointers to other places of the segment: loops and knots.
-            put(image, random() % 2 == 0 ? at : at / 4 * 4,
-                random() % 2 == 0 ? static_cast<std::uint32_t>(random())
-                                  : base + static_cast<std::uint32_t>(random() % image.size()));
+            put(image, random.oneIn(2) ? at : at / 4 * 4,
+                random.oneIn(2) ? random.next() : base + random.below(image.size()));
         }
         for (const char *key : {"audioout_c0_volume", "alias_one", "fetched_value"}) {
             lookUp(image, key);

@@ -54,6 +54,7 @@ void ScriptedDevice::reset() {
     chosen_.clear();
     maps.clear();
     readText.clear();
+    records_ = true;
     attributes_.assign(36, 0);
     commandsToFailure_ = 0;
     memoryToFailure_ = 0;
@@ -161,6 +162,11 @@ std::vector<std::uint32_t> ScriptedDevice::commands() const {
     return commands;
 }
 
+void ScriptedDevice::record(bool on) {
+    const std::lock_guard guard(mutex_);
+    records_ = on;
+}
+
 void ScriptedDevice::clearCalls() {
     const std::lock_guard guard(mutex_);
     calls_.clear();
@@ -192,6 +198,14 @@ std::size_t ScriptedDevice::blocksHeld() const {
     return blocks_.size();
 }
 
+void ScriptedDevice::takeBlocksBack() {
+    const std::lock_guard guard(mutex_);
+    for (const auto &[phys, memory] : blocks_) {
+        freeLowMemory(memory, zoneBlockSize);
+    }
+    blocks_.clear();
+}
+
 std::size_t ScriptedDevice::mappingsHeld() const {
     const std::lock_guard guard(mutex_);
     return mappings_.size();
@@ -215,10 +229,12 @@ int ScriptedDevice::command(int fd, std::uint32_t command, void *record) {
     Answer answer;
     {
         const std::lock_guard guard(mutex_);
-        const auto *const bytes = static_cast<const unsigned char *>(record);
-        calls_.push_back({descriptors_.at(fd), command,
-                          record != nullptr ? std::vector(bytes, bytes + recordSize(command))
-                                            : std::vector<unsigned char>()});
+        if (records_) {
+            const auto *const bytes = static_cast<const unsigned char *>(record);
+            calls_.push_back({descriptors_.at(fd), command,
+                              record != nullptr ? std::vector(bytes, bytes + recordSize(command))
+                                                : std::vector<unsigned char>()});
+        }
         if (isDue(commandsToFailure_)) {
             return -1;
         }

@@ -54,13 +54,16 @@ public:
     std::vector<DeviceCall> callsOf(std::uint32_t command) const;
     std::vector<std::uint32_t> commands() const;
     void clearCalls();
+    void record(bool on); // off: calls are answered but not kept
 
     int openCount(const std::string &path) const; // opens so far
     int openFlags(const std::string &path) const; // of the last open
     std::size_t openDescriptors() const;
-    std::size_t memoryHeld() const;                          // blocks of Device_AllocVisible
-    std::size_t blocksHeld() const;                          // blocks of the memory zones
-    std::size_t mappingsHeld() const;                        // mappings of physical memory
+    std::size_t memoryHeld() const;   // blocks of Device_AllocVisible
+    std::size_t blocksHeld() const;   // blocks of the memory zones
+    std::size_t mappingsHeld() const; // mappings of physical memory
+    void takeBlocksBack();            // as the kernel does when a process ends
+
     std::string readText;                                    // what Device_Read hands out
     std::vector<std::pair<std::size_t, std::uint64_t>> maps; // length and offset
 
@@ -92,6 +95,7 @@ private:
     std::map<std::uint32_t, void *> blocks_;
     std::map<void *, std::size_t> memory_;
     std::map<void *, std::size_t> mappings_;
+    bool records_ = true;
     int nextFd_ = 100;
     std::uint32_t nextPhys_ = 0x80000000;
     int commandsToFailure_ = 0;

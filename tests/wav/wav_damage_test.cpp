@@ -2,6 +2,7 @@
 #include "wav/wav.h"
 
 #include "tests/support/captured.h"
+#include "tests/support/random.h"
 #include "tests/wav/wav_bytes.h"
 
 #include <gtest/gtest.h>
@@ -9,21 +10,20 @@
 #include <fcntl.h>
 
 #include <filesystem>
-#include <random>
 
 namespace {
 
 const std::string whole = riff(fmtChunk({.channels = 2, .behind = word16(0)}) +
                                chunk("fact", "abcd") + chunk("data", samples(300)));
 
-std::string damaged(std::mt19937 &random) {
+std::string damaged(Random &random) {
     std::string bytes = whole;
-    const auto below = [&](std::size_t end) { return random() % end; };
+    const auto below = [&](std::size_t end) { return std::size_t{random.below(end)}; };
     for (std::size_t wounds = 1 + below(3); wounds > 0 && !bytes.empty(); --wounds) {
         const std::size_t at = below(bytes.size());
         switch (below(5)) {
         case 0:
-            bytes[at] = static_cast<char>(random());
+            bytes[at] = static_cast<char>(random.next());
             break;
         case 1:
             bytes.resize(at);
@@ -61,7 +61,7 @@ void expectWithinBounds(WAV_FILE *wav, const std::string &bytes) {
 }
 
 TEST(DamagedWav, IsRefusedOrReadWithinItsBounds) {
-    std::mt19937 random(20261122);
+    Random random;
     int opened = 0;
     for (int i = 0; i < 4000; ++i) {
         const std::string bytes = damaged(random);

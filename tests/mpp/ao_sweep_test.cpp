@@ -1,0 +1,103 @@
+// Every driver command of every operation's sequence, failed in turn: the operation ends with a
+// result, holds nothing that it should have given back, and the next sound plays exactly.
+#include "tests/mpp/mpp_fixture.h"
+
+namespace {
+
+struct Operation {
+    const char *name;
+    std::function<void()> prepare;
+    std::function<std::int32_t()> run;
+};
+
+TestFrame &soundFrame() {
+    static TestFrame frame(1280, AUDIO_SOUND_MODE_MONO);
+    return frame;
+}
+
+std::int32_t sendSound() {
+    return HI_MPI_AO_SendFrame(0, 0, &soundFrame().frame, 0);
+}
+
+void nothing() {}
+void enable() {
+    HI_MPI_AO_EnableChn(0, 0);
+}
+void enableWithSound() {
+    enable();
+    sendSound();
+}
+void enableResampling() {
+    enableWithSound();
+    HI_MPI_AO_EnableReSmp(0, 0, 16000);
+}
+
+const Operation operations[] = {
+    {"start", nothing, HI_MPI_SYS_Init},
+    {"video buffers", nothing, HI_MPI_VB_Init},
+    {"enable device", nothing, [] { return HI_MPI_AO_Enable(0); }},
+    {"enable", nothing, [] { return HI_MPI_AO_EnableChn(0, 0); }},
+    {"disable", enableWithSound, [] { return HI_MPI_AO_DisableChn(0, 0); }},
+    {"disable with resampling", enableResampling, [] { return HI_MPI_AO_DisableChn(0, 0); }},
+    {"send", enableWithSound, sendSound},
+    {"send resampled", enableResampling, sendSound},
+    {"clear", enableWithSound, [] { return HI_MPI_AO_ClearChnBuf(0, 0); }},
+    {"clear with resampling", enableResampling, [] { return HI_MPI_AO_ClearChnBuf(0, 0); }},
+    {"resample", enable, [] { return HI_MPI_AO_EnableReSmp(0, 0, 16000); }},
+    {"compress", enable, [] { return HI_MPI_AO_EnableMBC(0, 0); }},
+};
+
+class AoSweepTest : public MppTest {};
+
+// A block that is not mapped, unmapped or freed stays allocated.
+bool isBlockCommand(std::uint32_t command) {
+    return command == 0xC04C6D14 || command == 0xC04C6D16 || command == 0x404C6D0C;
+}
+
+void expectExactSound() {
+    const AIO_ATTR_S attr = {8000, 1, 0, 0, 1, 30, 640, 1, 0};
+    ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
+    HI_MPI_AO_DisableReSmp(0, 0);
+    HI_MPI_AO_DisableMBC(0, 0);
+    EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 0));
+    EXPECT_EQ(0U, device().memoryHeld());
+    EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
+    std::vector<unsigned char> heard;
+    device().answer(0xC0785805, [&](void *record) {
+        heard = periodOf(record, 0);
+        return 0;
+    });
+    EXPECT_EQ(0, sendSound());
+    EXPECT_EQ(0, sendSound());
+    EXPECT_EQ(soundFrame().left, heard);
+    EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 0));
+}
+
+TEST_F(AoSweepTest, LeavesTheModuleUsable) {
+    for (const Operation &operation : operations) {
+        int n = 1;
+        for (bool failed = true; failed; ++n) {
+            device().reset();
+            configure(640, AUDIO_SOUND_MODE_MONO);
+            messages([&] {
+                operation.prepare();
+                device().clearCalls();
+                device().failCommand(n);
+                operation.run();
+            });
+            const std::vector<std::uint32_t> commands = device().commands();
+            failed = commands.size() >= static_cast<std::size_t>(n);
+            const bool ofBlock =
+                failed && isBlockCommand(commands[static_cast<std::size_t>(n) - 1]);
+            device().reset();
+            messages([&] { expectExactSound(); });
+            // What the zones' driver does not take back stays with it, and nothing else does.
+            EXPECT_EQ(ofBlock ? 1U : 0U, device().blocksHeld());
+            device().takeBlocksBack();
+            ASSERT_FALSE(HasFailure()) << operation.name << ", command " << n;
+        }
+        EXPECT_GT(n, 2) << operation.name;
+    }
+}
+
+} // namespace

@@ -1,0 +1,220 @@
+#include "tests/mpp/mpp_fixture.h"
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+class AoVqeTest : public MppTest {
+protected:
+    AoVqeTest() {
+        configure(640, AUDIO_SOUND_MODE_MONO);
+        EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
+        device().answer(0xC0785805, [this](void *record) {
+            const std::vector<unsigned char> period = periodOf(record, 0);
+            heard_.insert(heard_.end(), period.begin(), period.end());
+            return 0;
+        });
+        device().clearCalls();
+    }
+
+    // Plays a frame of `points` 16-bit samples that rise by one from point to point.
+    std::int32_t play(std::uint32_t points) {
+        TestFrame frame(2 * points, AUDIO_SOUND_MODE_MONO);
+        for (std::uint32_t i = 0; i < points; ++i) {
+            const auto sample = static_cast<std::int16_t>(played_++ * 8);
+            std::memcpy(frame.left.data() + 2 * i, &sample, 2);
+        }
+        return HI_MPI_AO_SendFrame(0, 0, &frame.frame, 0);
+    }
+
+    std::vector<std::int16_t> samples() const {
+        std::vector<std::int16_t> samples(heard_.size() / 2);
+        std::memcpy(samples.data(), heard_.data(), heard_.size());
+        return samples;
+    }
+
+    static constexpr AO_VQE_ATTR_S vqe_ = {8000, 640, {}};
+    int played_ = 0;
+    std::vector<unsigned char> heard_;
+};
+
+TEST_F(AoVqeTest, RefusesResamplingWithTheRightWords) {
+    const auto enable = [](std::uint32_t chn, std::uint32_t rate) {
+        return [=] { return HI_MPI_AO_EnableReSmp(0, chn, rate); };
+    };
+    const struct {
+        AIO_ATTR_S attr;
+        std::function<std::int32_t()> call;
+        std::uint32_t result;
+        const char *message;
+    } cases[] = {
+        {{8000, 1, 0, 0, 1, 30, 640, 2, 0},
+         enable(3, 16000),
+         0xA0168005,
+         "AO chn 3 is not enable\n"},
+        {{8000, 1, 0, 0, 1, 30, 640, 2, 0},
+         enable(0, 8001),
+         0xA0168003,
+         "AoChn 0 resample in rate:8001 is illegal!\n"},
+        {{8000, 1, 0, 0, 1, 30, 640, 2, 0},
+         enable(0, 8000),
+         0xA0168009,
+         "resample out rate is the same as resample in rate, it's not allowed!\n"},
+        {{8000, 1, 0, 1, 1, 30, 640, 2, 0},
+         enable(0, 16000),
+         0xA0168003,
+         "resample don't support stereo!\n"},
+        {{8000, 1, 0, 0, 1, 30, 640, 0, 0},
+         enable(0, 16000),
+         0xA0168002,
+         "enable resample fail,Aodev0 don't have chn0\n"},
+        {{96000, 1, 0, 0, 1, 30, 640, 2, 0},
+         enable(0, 16000),
+         0xA0168009,
+         "Resmp is not permit when Ao samplerate is 96000!\n"},
+        {{0, 1, 0, 0, 1, 30, 640, 2, 0}, enable(0, 16000), 0xA0168041, ""},
+    };
+    for (const auto &refusal : cases) {
+        ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &refusal.attr));
+        EXPECT_EQ(refusal.message,
+                  messages([&] { EXPECT_EQ(err(refusal.result), refusal.call()); }));
+    }
+    device().answer(0x80245802, 5);
+    EXPECT_EQ("can't get aodev0's attribute!\n",
+              messages([&] { EXPECT_EQ(err(0xA0168007), enable(0, 16000)()); }));
+}
+
+TEST_F(AoVqeTest, ResamplesWithoutSeams) {
+    EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
+    EXPECT_EQ((AO_RESMP_DBG_S{1, 640, 16000, 8000}).enInSampleRate,
+              device().callsOf(0x4010580E).at(0).as<AO_RESMP_DBG_S>().enInSampleRate);
+    EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
+    EXPECT_EQ("Resmp has been enable but the resamplerate:44100 not the same as before:16000.\n",
+              messages([] { EXPECT_EQ(err(0xA0168009), HI_MPI_AO_EnableReSmp(0, 0, 44100)); }));
+    for (int i = 0; i < 40; ++i) {
+        EXPECT_EQ(0, play(333)); // odd frames leave an output point between two of them
+    }
+    const std::vector<std::int16_t> heard = samples();
+    ASSERT_GT(heard.size(), 5000U);
+    for (std::size_t i = 2; i < heard.size(); ++i) {
+        ASSERT_EQ(16, static_cast<std::int16_t>(heard[i] - heard[i - 1]))
+            << i; // every other sample
+    }
+    EXPECT_EQ(0, HI_MPI_AO_DisableReSmp(0, 0));
+    EXPECT_EQ(0, HI_MPI_AO_DisableReSmp(0, 0));
+}
+
+TEST_F(AoVqeTest, RefusesWhatResamplingMakesTooLong) {
+    configure(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_16, 48000);
+    EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 8000));
+    EXPECT_EQ("PointNum after ao resample is:4098, it's biger than MAX_AO_POINT_NUM:4096, or "
+              "small than 0\n",
+              messages([&] { EXPECT_EQ(err(0xA0168003), play(683)); }));
+    EXPECT_EQ(0, play(682));
+}
+
+TEST_F(AoVqeTest, PassesVoiceQualityThrough) {
+    EXPECT_EQ(err(0xA0168009), HI_MPI_AO_EnableVqe(0, 0)); // nothing is set
+    AO_VQE_ATTR_S read = {};
+    EXPECT_EQ(err(0xA0168007), HI_MPI_AO_GetVqeAttr(0, 0, &read));
+    const AO_VQE_ATTR_S illegal = {44100, 640, {}};
+    EXPECT_EQ(err(0xA0168003), HI_MPI_AO_SetVqeAttr(0, 0, &illegal));
+    EXPECT_EQ(err(0xA0168006), HI_MPI_AO_SetVqeAttr(0, 0, nullptr));
+    AO_VQE_ATTR_S attr = vqe_;
+    attr.au32Effect[13] = 77;
+    EXPECT_EQ(0, HI_MPI_AO_SetVqeAttr(0, 0, &attr));
+    EXPECT_EQ(0, HI_MPI_AO_EnableVqe(0, 0));
+    EXPECT_EQ(err(0xA0168009), HI_MPI_AO_SetVqeAttr(0, 0, &attr)); // while it is on
+    EXPECT_EQ(0, HI_MPI_AO_EnableMBC(0, 0));
+    EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
+    EXPECT_EQ(0, HI_MPI_AO_GetVqeAttr(0, 0, &read)); // kept when the engine is made anew
+    EXPECT_EQ(77U, read.au32Effect[13]);
+    EXPECT_EQ(0, HI_MPI_AO_ClearChnBuf(0, 0));
+    EXPECT_EQ(0, HI_MPI_AO_GetVqeAttr(0, 0, &read));
+    EXPECT_EQ(77U, read.au32Effect[13]);
+    EXPECT_EQ(0, HI_MPI_AO_DisableReSmp(0, 0));
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(0, play(640));
+    }
+    const std::vector<std::int16_t> heard = samples();
+    ASSERT_EQ(3U * 640, heard.size());
+    EXPECT_EQ(8 * 1919, heard.back());
+    EXPECT_EQ(0, HI_MPI_AO_DisableVqe(0, 0));
+    EXPECT_EQ(0, HI_MPI_AO_DisableMBC(0, 0));
+    EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 0));
+    EXPECT_EQ(err(0xA0168005), [&] {
+        std::int32_t result = 0;
+        messages([&] { result = HI_MPI_AO_EnableMBC(0, 0); });
+        return result;
+    }());
+}
+
+// The dump configuration as a driver keeps it.
+class AoDumpTest : public AoVqeTest {
+protected:
+    AoDumpTest() {
+        std::filesystem::create_directories(dir_);
+        device().answer(0x8208581A, [this](void *record) {
+            std::memcpy(record, &dump_, sizeof dump_);
+            return 0;
+        });
+        device().answer(0x42085819, [this](void *record) {
+            std::memcpy(&dump_, record, sizeof dump_);
+            return 0;
+        });
+        EXPECT_EQ(0, HI_MPI_AO_SetVqeAttr(0, 0, &vqe_));
+        EXPECT_EQ(0, HI_MPI_AO_EnableVqe(0, 0));
+    }
+    ~AoDumpTest() override { std::filesystem::remove_all(dir_); }
+
+    void ask(const std::string &dir, std::uint32_t kilobytes) {
+        dump_ = {1, {}, {}, kilobytes};
+        dir.copy(dump_.acPath, sizeof dump_.acPath - 1);
+        std::strcpy(dump_.acName, "test");
+    }
+
+    std::uintmax_t sizeOf(const std::string &name) const {
+        return std::filesystem::file_size(dir_ / name);
+    }
+
+    std::filesystem::path dir_ =
+        std::filesystem::temp_directory_path() / ("voxo-dump-" + std::to_string(getpid()));
+    AO_DUMP_S dump_ = {};
+};
+
+TEST_F(AoDumpTest, WritesBothFilesUpToTheLimit) {
+    ask(dir_.string(), 3);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(0, play(640));
+    }
+    // 3 KiB is reached within the third frame of 1280 bytes, which is written whole.
+    EXPECT_EQ(3840U, sizeOf("Sin_AoDev0_Chn0_8K_test.pcm"));
+    EXPECT_EQ(3840U, sizeOf("Sou_AoDev0_Chn0_8K_test.pcm"));
+    EXPECT_EQ(0U, dump_.bEnable); // told to the driver
+    EXPECT_EQ(1U, dump_.u32KBytes);
+}
+
+TEST_F(AoDumpTest, EndsWhenItIsCalledOffOrTheChannelGoes) {
+    ask(dir_.string(), 1000);
+    EXPECT_EQ(0, play(640));
+    dump_.bEnable = 0;
+    EXPECT_EQ(0, play(640));
+    EXPECT_EQ(1280U, sizeOf("Sin_AoDev0_Chn0_8K_test.pcm"));
+    ask(dir_.string(), 1000);
+    EXPECT_EQ(0, play(640));
+    EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 0)); // closes the files
+    EXPECT_EQ(1280U, sizeOf("Sou_AoDev0_Chn0_8K_test.pcm"));
+}
+
+TEST_F(AoDumpTest, SkipsADumpThatCannotBe) {
+    ask("/no/such/directory", 10);
+    EXPECT_EQ("DevId:0, AoChn:0, File: InFilePath/OutFilePath open failed!Please check your "
+              "Filepath!\n",
+              outputOf([&] { EXPECT_EQ(0, play(640)); }));
+    device().answer(0x8208581A, -1);
+    EXPECT_EQ("get ao dumpfile cfg error!\n", messages([&] { EXPECT_EQ(0, play(640)); }));
+}
+
+} // namespace

@@ -1,0 +1,260 @@
+#include "tests/mpp/mpp_fixture.h"
+
+#include <cstring>
+
+namespace {
+
+int received;
+std::uint32_t lastChannel;
+std::uint32_t lastArgument;
+int resets;
+std::vector<BIND_DEST_S> notices;
+
+std::int32_t receive(std::uint32_t /*dev*/, std::uint32_t chn, std::uint32_t argument,
+                     std::uint32_t /*type*/, void * /*data*/) {
+    ++received;
+    lastChannel = chn;
+    lastArgument = argument;
+    return 1 << chn % 8;
+}
+
+void reset(std::uint32_t /*dev*/, std::uint32_t /*chn*/, void * /*data*/) {
+    ++resets;
+}
+
+void notify(std::uint32_t /*dev*/, std::uint32_t /*chn*/, const BIND_DEST_S *destinations) {
+    notices.push_back(*destinations);
+}
+
+class BindTest : public testing::Test {
+protected:
+    BindTest() {
+        SYS_BIND_Init();
+        received = 0;
+        resets = 0;
+        notices.clear();
+        const BIND_SENDER_S sender = {24, 1, 32, nullptr};
+        const BIND_RECEIVER_S receiver = {22, 2, 70, receive, reset};
+        EXPECT_EQ(0, SYS_BIND_RegisterSender(&sender));
+        EXPECT_EQ(0, SYS_BIND_RegisterReceiver(&receiver));
+    }
+    ~BindTest() override { SYS_BIND_Init(); }
+
+    static void registerSender(std::uint32_t modId) {
+        const BIND_SENDER_S sender = {modId, 2, 4, notify};
+        EXPECT_EQ(0, SYS_BIND_RegisterSender(&sender));
+    }
+
+    std::int32_t send(std::uint32_t chn) { return SYS_BIND_SendData(24, 0, chn, 9, 5, &chn); }
+
+    BIND_CHN_S source_ = {24, 0, 3};
+    BIND_CHN_S destination_ = {22, 0, 1};
+};
+
+TEST_F(BindTest, DeliversToEveryDestinationInOrder) {
+    EXPECT_EQ(0, SYS_Bind(&source_, &destination_));
+    BIND_CHN_S second = {22, 1, 0};
+    EXPECT_EQ(0, SYS_Bind(&source_, &second));
+    EXPECT_EQ(1 << 1 | 1 << 0, send(3)); // combined with or
+    EXPECT_EQ(2, received);
+    EXPECT_EQ(0U, lastChannel);
+    EXPECT_EQ(9U, lastArgument);
+    BIND_DEST_S destinations = {};
+    EXPECT_EQ(0, SYS_GetBindbySrc(&source_, &destinations));
+    EXPECT_EQ(2U, destinations.u32Num);
+    EXPECT_EQ(0, std::memcmp(&destinations.astChn[1], &second, sizeof second));
+    BIND_CHN_S found = {};
+    EXPECT_EQ(0, SYS_GetBindbyDest(&second, &found));
+    EXPECT_EQ(0, std::memcmp(&found, &source_, sizeof found));
+    EXPECT_EQ(0, SYS_BIND_ResetData(24, 0, 3, &found));
+    EXPECT_EQ(2, resets);
+
+    EXPECT_EQ(0, SYS_UnBind(&second));
+    EXPECT_EQ(0, SYS_UnBind(&second)); // nothing to do
+    EXPECT_EQ(1 << 1, send(3));
+    EXPECT_EQ(0, SYS_UnBind(&destination_));
+    EXPECT_EQ("have not Binder !\n", messages([&] { EXPECT_EQ(err(0xA0028009), send(3)); }));
+    EXPECT_EQ("have not Binder !\n",
+              messages([&] { EXPECT_EQ(0, SYS_BIND_ResetData(24, 0, 3, &found)); }));
+}
+
+TEST_F(BindTest, RefusesWithTheRightWords) {
+    std::uint32_t data = 0;
+    BIND_CHN_S channel = {};
+    EXPECT_EQ(0, SYS_Bind(&source_, &destination_));
+    const struct {
+        std::function<std::int32_t()> call;
+        std::uint32_t result;
+        const char *message;
+    } cases[] = {
+        {[&] { return SYS_Bind(nullptr, &destination_); }, 0xA0028006, "Null point \n"},
+        {[&] { return SYS_UnBind(nullptr); }, 0xA0028006, "Null point \n"},
+        {[&] { return SYS_GetBindbyDest(&destination_, nullptr); }, 0xA0028006, "Null point \n"},
+        {[&] { return SYS_GetBindbySrc(nullptr, nullptr); }, 0xA0028006, "Null point \n"},
+        {[&] { return SYS_BIND_SendData(24, 0, 0, 0, 0, nullptr); }, 0xA0028006, "Null point \n"},
+        {[&] { return SYS_BIND_ResetData(24, 0, 0, nullptr); }, 0xA0028006, "Null point \n"},
+        {[&] {
+             return SYS_Bind(&(channel = {60, 0, 0}), &destination_);
+         },
+         0xA0028003, "ModId:60 is invalid !\n"},
+        {[&] {
+             return SYS_Bind(&(channel = {22, 0, 0}), &destination_);
+         },
+         0xA0028003, "ModId:22(ao) is not supported !\n"},
+        {[&] {
+             return SYS_Bind(&source_, &(channel = {22, 2, 70}));
+         },
+         0xA0028003, "Bind dev or chn is invalid, dev:2, chn:70 !\n"},
+        {[&] {
+             return SYS_Bind(&(channel = {24, 0, 4}), &destination_);
+         },
+         0xA0028009, "Dest have bind Src:(adec,0,3) !\n"},
+        {[&] {
+             return SYS_GetBindbyDest(&(channel = {22, 0, 2}), &channel);
+         },
+         0xA0028003, "Dest have not bind any Src \n"},
+        {[&] { return SYS_BIND_SendData(24, 0, 5, 0, 0, &data); }, 0xA0028009,
+         "Mod 24, dev 0, chn 5, have not bind !\n"},
+        {[&] { return SYS_BIND_ResetData(24, 0, 5, &data); }, 0,
+         "Mod 24, dev 0, chn 5, have not bind !\n"},
+        {[&] { return SYS_BIND_SendData(24, 1, 0, 0, 0, &data); }, 0xA0028009,
+         "Bind dev or chn is invalid, dev:1, chn:0 !\n"},
+        {[&] { return SYS_BIND_UnRegisterSender(30); }, 0xA0028009,
+         "Mod:30 have not register ! \n"},
+        {[&] { return SYS_BIND_UnRegisterReceiver(52); }, 0xA0028003, ""},
+    };
+    for (const auto &refusal : cases) {
+        EXPECT_EQ(refusal.message,
+                  messages([&] { EXPECT_EQ(err(refusal.result), refusal.call()); }));
+    }
+    EXPECT_EQ(1 << 1, send(3)); // and the binding stands
+}
+
+TEST_F(BindTest, RefusesRegistrations) {
+    const BIND_RECEIVER_S deaf = {30, 1, 1, nullptr, nullptr};
+    const BIND_RECEIVER_S again = {22, 1, 16, receive, nullptr};
+    const BIND_RECEIVER_S empty = {30, 1, 0, receive, nullptr};
+    const BIND_RECEIVER_S huge = {30, 0x10000, 0x10000, receive, nullptr};
+    const BIND_SENDER_S beyond = {52, 1, 1, nullptr};
+    EXPECT_EQ("Null point \n",
+              messages([] { EXPECT_EQ(err(0xA0028006), SYS_BIND_RegisterSender(nullptr)); }));
+    EXPECT_EQ("Null point \n",
+              messages([&] { EXPECT_EQ(err(0xA0028006), SYS_BIND_RegisterReceiver(&deaf)); }));
+    EXPECT_EQ("Mod 22 have register !\n",
+              messages([&] { EXPECT_EQ(err(0xA0028009), SYS_BIND_RegisterReceiver(&again)); }));
+    EXPECT_EQ("u32MaxDevCnt or u32MaxChnCnt invalid !\n",
+              messages([&] { EXPECT_EQ(err(0xA0028003), SYS_BIND_RegisterReceiver(&empty)); }));
+    EXPECT_EQ("", messages([&] { EXPECT_EQ(err(0xA0028003), SYS_BIND_RegisterSender(&beyond)); }));
+    EXPECT_EQ(err(0xA002800C), SYS_BIND_RegisterReceiver(&huge));
+}
+
+TEST_F(BindTest, HoldsSixtyFourDestinations) {
+    for (std::uint32_t i = 0; i < 64; ++i) {
+        const BIND_CHN_S destination = {22, 0, i};
+        ASSERT_EQ(0, SYS_Bind(&source_, &destination));
+    }
+    const BIND_CHN_S oneMore = {22, 0, 64};
+    EXPECT_EQ("src bind max(64) err!\n",
+              messages([&] { EXPECT_EQ(err(0xA0028009), SYS_Bind(&source_, &oneMore)); }));
+    send(3);
+    EXPECT_EQ(64, received);
+}
+
+TEST_F(BindTest, TellsASenderOfItsBindings) {
+    registerSender(7);
+    registerSender(8);
+    const BIND_CHN_S told = {7, 1, 2};
+    const BIND_CHN_S untold = {8, 1, 2};
+    const BIND_CHN_S other = {22, 0, 5};
+    EXPECT_EQ(0, SYS_Bind(&told, &destination_));
+    EXPECT_EQ(0, SYS_Bind(&untold, &other));
+    EXPECT_EQ(0, SYS_UnBind(&destination_));
+    ASSERT_EQ(2U, notices.size());
+    EXPECT_EQ(1U, notices[0].u32Num);
+    EXPECT_EQ(22U, notices[0].astChn[0].u32ModId);
+    EXPECT_EQ(0U, notices[1].u32Num);
+}
+
+TEST_F(BindTest, KnowsTheModulesWithRulesOfTheirOwn) {
+    for (const std::uint32_t modId : {5U, 15U, 16U}) {
+        registerSender(modId);
+        const bool byChannel = modId == 15;
+        const BIND_CHN_S source = {modId, byChannel ? 1U : 0U, byChannel ? 0U : 2U};
+        EXPECT_EQ(0, SYS_Bind(&source, &destination_));
+        std::uint32_t data = 0;
+        // The device is taken as 0 for 5 and 16, the channel for 15.
+        EXPECT_EQ(2, SYS_BIND_SendData(modId, 1, 2, 0, 0, &data));
+        EXPECT_EQ(0, SYS_UnBind(&destination_));
+    }
+    EXPECT_EQ(1, resets); // unbinding from module 5 resets the destination
+}
+
+TEST_F(BindTest, OutlivesEitherSide) {
+    EXPECT_EQ(0, SYS_Bind(&source_, &destination_));
+    EXPECT_EQ(0, SYS_BIND_UnRegisterSender(24));
+    EXPECT_EQ(0, SYS_UnBind(&destination_)); // the sender has gone
+    registerSender(24);                      // fewer channels than before
+    const BIND_CHN_S source = {24, 1, 3};
+    EXPECT_EQ(0, SYS_Bind(&source, &destination_));
+    EXPECT_EQ(0, SYS_BIND_UnRegisterSender(24));
+    const BIND_SENDER_S wider = {24, 2, 40, nullptr};
+    EXPECT_EQ(0, SYS_BIND_RegisterSender(&wider));
+    EXPECT_EQ(0, SYS_UnBind(&destination_)); // the sender that bound it is another one
+    const BIND_CHN_S wide = {24, 1, 39};
+    EXPECT_EQ(0, SYS_Bind(&wide, &destination_));
+
+    EXPECT_EQ(0, SYS_BIND_UnRegisterReceiver(22));
+    std::uint32_t data = 0;
+    EXPECT_EQ("Mod 22 have not register !\n",
+              messages([&] { EXPECT_EQ(0, SYS_BIND_SendData(24, 1, 39, 0, 0, &data)); }));
+    EXPECT_EQ(0, received);
+    // The send records go while the binding stays; a new binding makes them anew.
+    EXPECT_EQ(0, SYS_BIND_Exit());
+    const BIND_RECEIVER_S receiver = {22, 2, 70, receive, reset};
+    EXPECT_EQ(0, SYS_BIND_RegisterReceiver(&receiver));
+    const BIND_CHN_S other = {22, 0, 6};
+    EXPECT_EQ(0, SYS_Bind(&wide, &other));
+    EXPECT_EQ(1 << 1 | 1 << 6, SYS_BIND_SendData(24, 1, 39, 0, 0, &data));
+}
+
+// A callback may do anything that any caller may.
+std::int32_t busyReceive(std::uint32_t dev, std::uint32_t chn, std::uint32_t /*argument*/,
+                         std::uint32_t /*type*/, void *data) {
+    const BIND_CHN_S self = {23, dev, chn};
+    const BIND_CHN_S other = {23, 0, 1};
+    const BIND_CHN_S otherSource = {24, 0, 9};
+    BIND_CHN_S source = {};
+    BIND_DEST_S destinations = {};
+    EXPECT_EQ(0, SYS_GetBindbyDest(&self, &source));
+    EXPECT_EQ(0, SYS_GetBindbySrc(&source, &destinations));
+    if (chn == 0) {
+        EXPECT_EQ(0, SYS_Bind(&otherSource, &other));
+        EXPECT_EQ(0, SYS_BIND_SendData(24, 0, 9, 0, 0, data));
+        EXPECT_EQ(0, SYS_BIND_ResetData(24, 0, 9, data));
+        EXPECT_EQ(0, SYS_UnBind(&other));
+    }
+    ++received;
+    return 0;
+}
+
+TEST_F(BindTest, HoldsNoLockAcrossACallback) {
+    const BIND_RECEIVER_S receiver = {23, 1, 2, busyReceive, reset};
+    EXPECT_EQ(0, SYS_BIND_RegisterReceiver(&receiver));
+    const BIND_CHN_S destination = {23, 0, 0};
+    EXPECT_EQ(0, SYS_Bind(&source_, &destination));
+    EXPECT_EQ(0, send(3));
+    EXPECT_EQ(2, received);
+    EXPECT_EQ(1, resets);
+}
+
+using BindDeathTest = BindTest;
+
+TEST_F(BindDeathTest, EndsOnWhatNobodyMayHandIn) {
+    std::uint32_t data = 0;
+    EXPECT_EXIT(SYS_BIND_SendData(52, 0, 0, 0, 0, &data), testing::ExitedWithCode(255),
+                "condition: enModId < HI_ID_BUTT");
+    EXPECT_EXIT(SYS_BIND_SendData(24, 0, 0, 0, 6, &data), testing::ExitedWithCode(255),
+                "condition: enDataType < MPP_DATA_BUTT");
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// What may happen at once. Under ThreadSanitizer this is the proof; elsewhere it must at least end.
+#include "tests/mpp/mpp_fixture.h"
+
+#include <thread>
+
+namespace {
+
+constexpr int rounds = 300;
+
+class ConcurrencyTest : public MppTest {
+protected:
+    ConcurrencyTest() {
+        configure();
+        HI_MPI_AO_Enable(0); // slot 0 is open before threads share it
+        device().record(false);
+    }
+
+    template <typename... Code>
+    static void atOnce(Code... code) {
+        std::vector<std::thread> threads;
+        (threads.emplace_back([code] {
+            for (int i = 0; i < rounds; ++i) {
+                code(i);
+            }
+        }),
+         ...);
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+    }
+};
+
+TEST_F(ConcurrencyTest, ChannelsRunInParallel) {
+    const auto life = [](std::uint32_t chn) {
+        return [chn](int i) {
+            const TestFrame frame(1280);
+            HI_MPI_AO_EnableChn(0, chn);
+            HI_MPI_AO_SendFrame(0, chn, &frame.frame, 0);
+            if (i % 8 == 0) {
+                HI_MPI_AO_DisableChn(0, chn);
+            }
+        };
+    };
+    atOnce(life(0), life(1), life(15));
+}
+
+TEST_F(ConcurrencyTest, OneChannelIsUsedByMany) {
+    HI_MPI_AO_EnableChn(0, 0);
+    messages([] {
+        atOnce(
+            [](int) {
+                const TestFrame frame(2000);
+                HI_MPI_AO_SendFrame(0, 0, &frame.frame, 0);
+            },
+            [](int) { HI_MPI_AO_ClearChnBuf(0, 0); },
+            [](int i) {
+                if (i % 4 == 0) {
+                    HI_MPI_AO_DisableChn(0, 0);
+                    HI_MPI_AO_EnableChn(0, 0);
+                }
+            },
+            [](int) { HI_MPI_AO_PauseChn(0, 0); });
+    });
+}
+
+TEST_F(ConcurrencyTest, ProcessingComesAndGoes) {
+    configure(640, AUDIO_SOUND_MODE_MONO);
+    HI_MPI_AO_EnableChn(0, 0);
+    messages([] {
+        atOnce(
+            [](int) {
+                const TestFrame frame(1000, AUDIO_SOUND_MODE_MONO);
+                HI_MPI_AO_SendFrame(0, 0, &frame.frame, 0);
+            },
+            [](int i) {
+                if (i % 2 == 0) {
+                    HI_MPI_AO_EnableReSmp(0, 0, 16000);
+                } else {
+                    HI_MPI_AO_DisableReSmp(0, 0);
+                }
+            },
+            [](int) { HI_MPI_AO_ClearChnBuf(0, 0); });
+    });
+}
+
+// A first use by two threads at the same moment yields one descriptor.
+TEST_F(ConcurrencyTest, FirstUsesMeet) {
+    std::int32_t first = 0;
+    std::int32_t second = 0;
+    std::thread other([&] { first = HI_MPI_AO_GetFd(0, 14); });
+    second = HI_MPI_AO_GetFd(0, 14);
+    other.join();
+    EXPECT_EQ(first, second);
+    EXPECT_GT(first, 0);
+}
+
+std::int32_t busyReceive(std::uint32_t dev, std::uint32_t chn, std::uint32_t /*argument*/,
+                         std::uint32_t /*type*/, void * /*data*/) {
+    const BIND_CHN_S self = {40, dev, chn};
+    BIND_CHN_S source = {};
+    SYS_GetBindbyDest(&self, &source);
+    return 0;
+}
+
+TEST_F(ConcurrencyTest, BindingsChangeUnderDelivery) {
+    const BIND_SENDER_S sender = {7, 1, 4,
+                                  [](std::uint32_t, std::uint32_t, const BIND_DEST_S *) {}};
+    const BIND_RECEIVER_S receiver = {40, 1, 8, busyReceive,
+                                      [](std::uint32_t, std::uint32_t, void *) {}};
+    ASSERT_EQ(0, SYS_BIND_RegisterSender(&sender));
+    ASSERT_EQ(0, SYS_BIND_RegisterReceiver(&receiver));
+    const auto rebind = [](std::uint32_t chn) {
+        return [chn](int) {
+            const BIND_CHN_S source = {7, 0, 1};
+            const BIND_CHN_S destination = {40, 0, chn};
+            SYS_Bind(&source, &destination);
+            SYS_UnBind(&destination);
+        };
+    };
+    messages([&] {
+        atOnce(
+            rebind(0), rebind(1),
+            [](int) {
+                std::uint32_t data = 0;
+                SYS_BIND_SendData(7, 0, 1, 0, 0, &data);
+                SYS_BIND_ResetData(7, 0, 1, &data);
+            },
+            [](int) {
+                const BIND_CHN_S source = {7, 0, 1};
+                BIND_DEST_S destinations = {};
+                SYS_GetBindbySrc(&source, &destinations);
+            });
+    });
+    EXPECT_EQ(0, SYS_BIND_UnRegisterReceiver(40));
+    EXPECT_EQ(0, SYS_BIND_UnRegisterSender(7));
+}
+
+} // namespace

@@ -1,0 +1,230 @@
+#include "tests/mpp/mpp_fixture.h"
+
+#include <fcntl.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace {
+
+class SysTest : public testing::Test {
+protected:
+    SysTest() { device().reset(); }
+    ~SysTest() override {
+        device().reset();
+        HI_MPI_SYS_Exit();
+        EXPECT_EQ(0U, device().mappingsHeld());
+    }
+};
+
+using Commands = std::vector<std::uint32_t>;
+
+TEST_F(SysTest, StartsAndStopsInOrder) {
+    EXPECT_EQ(0, HI_MPI_SYS_Init());
+    EXPECT_EQ((Commands{0x00005900, 0x8008590E, 0x80045918}), device().commands());
+    EXPECT_EQ(O_RDWR, device().openFlags("/dev/sys"));
+    device().clearCalls();
+    EXPECT_EQ(0, HI_MPI_SYS_Init()); // again
+    EXPECT_EQ((Commands{0x00005900, 0x8008590E, 0x80045918}), device().commands());
+    const std::size_t descriptors = device().openDescriptors();
+    device().clearCalls();
+    EXPECT_EQ(0, HI_MPI_SYS_Exit());
+    EXPECT_EQ(Commands{0x00005901}, device().commands());
+    EXPECT_EQ(descriptors - 1, device().openDescriptors());
+}
+
+TEST_F(SysTest, KeepsBindingsAcrossARepeatedStart) {
+    ASSERT_EQ(0, HI_MPI_SYS_Init());
+    const BIND_CHN_S source = {24, 0, 31};
+    const BIND_CHN_S destination = {22, 0, 15};
+    EXPECT_EQ(0, SYS_Bind(&source, &destination));
+    ASSERT_EQ(0, HI_MPI_SYS_Init());
+    BIND_CHN_S found = {};
+    EXPECT_EQ(0, SYS_GetBindbyDest(&destination, &found));
+    EXPECT_EQ(0, HI_MPI_SYS_Exit());
+    ASSERT_EQ(0, HI_MPI_SYS_Init()); // from the start
+    messages([&] { EXPECT_EQ(err(0xA0028003), SYS_GetBindbyDest(&destination, &found)); });
+}
+
+TEST_F(SysTest, TellsWhyItDoesNotStart) {
+    device().failOpen("/dev/sys");
+    EXPECT_EQ("open sys: No such file or directory\n",
+              errorsOf([] { EXPECT_EQ(err(0xA0028010), HI_MPI_SYS_Init()); }));
+    device().failOpen("/dev/sys", false);
+    device().answer(0x00005900, 77);
+    EXPECT_EQ("", errorsOf([] { EXPECT_EQ(77, HI_MPI_SYS_Init()); }));
+    EXPECT_EQ(Commands{0x00005900}, device().commands()); // and no module has started
+    device().answer(0x00005900, 0);
+    device().answer(0x8008590E, -1);
+    EXPECT_EQ("System get Kernel Config failed!\nGet Kernel Config failed!\n"
+              "initialize audio mpi failed!\n",
+              messages([] { EXPECT_EQ(-1, HI_MPI_SYS_Init()); }));
+    device().answer(0x8008590E, 0);
+    device().answer(0x80045918, -1);
+    EXPECT_EQ("Get mode parameter failed\n", messages([] { EXPECT_EQ(0, HI_MPI_SYS_Init()); }));
+}
+
+TEST_F(SysTest, KeepsItsDevicesWhenTheKernelStays) {
+    ASSERT_EQ(0, HI_MPI_SYS_Init());
+    const std::size_t descriptors = device().openDescriptors();
+    device().answer(0x00005901, 5);
+    EXPECT_EQ(5, HI_MPI_SYS_Exit());
+    EXPECT_EQ(descriptors, device().openDescriptors());
+}
+
+TEST_F(SysTest, PassesTheConfiguration) {
+    device().answer(0x80045903, [](void *record) {
+        *static_cast<std::uint32_t *>(record) = 0xCAFE;
+        return 3;
+    });
+    std::uint32_t config = 0;
+    EXPECT_EQ(3, HI_MPI_SYS_GetConfig(&config));
+    EXPECT_EQ(0xCAFEU, config);
+    EXPECT_EQ("null ptr!\n",
+              messages([] { EXPECT_EQ(err(0xA0028006), HI_MPI_SYS_GetConfig(nullptr)); }));
+    EXPECT_EQ(0, HI_MPI_SYS_SetConfig(&config));
+    EXPECT_EQ(0xCAFEU, device().callsOf(0x40045902).at(0).as<std::uint32_t>());
+}
+
+TEST_F(SysTest, MapsWholePages) {
+    auto *const virt = static_cast<char *>(HI_MPI_SYS_Mmap(0x20001234, 8));
+    ASSERT_NE(nullptr, virt);
+    EXPECT_EQ(0x1042, device().openFlags("/dev/mem"));
+    EXPECT_EQ(0x234U, reinterpret_cast<std::uintptr_t>(virt) & 0xFFF);
+    EXPECT_EQ((std::pair<std::size_t, std::uint64_t>(0x1000, 0x20001000)), device().maps.back());
+    EXPECT_EQ(0, HI_MPI_SYS_Munmap(virt, 8));
+    // Two bytes on either side of a page's end need both pages.
+    void *const across = HI_MPI_SYS_MmapCache(0xFFFFEFFF, 2);
+    EXPECT_EQ((std::pair<std::size_t, std::uint64_t>(0x2000, 0xFFFFE000)), device().maps.back());
+    EXPECT_EQ(0, HI_MPI_SYS_Munmap(across, 2));
+    EXPECT_EQ("Func: HI_MPI_SYS_Mmap u32Size can't be 0.\n",
+              outputOf([] { EXPECT_EQ(nullptr, HI_MPI_SYS_Mmap(0x1000, 0)); }));
+    EXPECT_EQ("Func: HI_MPI_SYS_MmapCache u32Size can't be 0.\n",
+              outputOf([] { EXPECT_EQ(nullptr, HI_MPI_SYS_MmapCache(0x1000, 0)); }));
+    device().failMemory(1);
+    EXPECT_EQ("mmap error: Cannot allocate memory\n",
+              errorsOf([] { EXPECT_EQ(nullptr, HI_MPI_SYS_Mmap(0x1000, 1)); }));
+}
+
+TEST_F(SysTest, FlushesWholeLines) {
+    auto *const virt = reinterpret_cast<void *>(std::uintptr_t{0x40000070});
+    EXPECT_EQ(0, HI_MPI_SYS_MflushCache(0x80000070, virt, 0x20));
+    struct Flush {
+        std::uint32_t phys, virt, length;
+    };
+    const auto record = device().callsOf(0x400C5915).at(0).as<Flush>();
+    EXPECT_EQ(0x80000040U, record.phys);
+    EXPECT_EQ(0x40000040U, record.virt);
+    EXPECT_EQ(0x80U, record.length); // up to the end of what was asked for
+    EXPECT_EQ("Null point \n",
+              messages([] { EXPECT_EQ(err(0xA0028006), HI_MPI_SYS_MflushCache(0, nullptr, 1)); }));
+    EXPECT_EQ("Func: HI_MPI_SYS_MflushCache u32Size can't be 0.\n",
+              outputOf([&] { EXPECT_EQ(err(0xA0028003), HI_MPI_SYS_MflushCache(0, virt, 0)); }));
+}
+
+TEST_F(SysTest, ReachesRegisters) {
+    std::uint32_t value = 1;
+    EXPECT_EQ(0, HI_MPI_SYS_GetReg(0x20050004, &value));
+    EXPECT_EQ(0U, value);
+    EXPECT_EQ(0, HI_MPI_SYS_SetReg(0x20050004, 5));
+    EXPECT_EQ(err(0xA0028006), HI_MPI_SYS_GetReg(0x20050004, nullptr));
+    device().failMemory(1);
+    errorsOf([] { EXPECT_EQ(-1, HI_MPI_SYS_SetReg(0x20050004, 5)); });
+}
+
+TEST_F(SysTest, ReachesTheLogDevice) {
+    device().failOpen("/dev/logmpp");
+    LOG_LEVEL_S level = {{1, 2, 3, 4, 5, 6}};
+    EXPECT_EQ("open: No such file or directory\n",
+              errorsOf([&] { EXPECT_EQ(ENOENT, HI_MPI_LOG_SetLevel(&level)); }));
+    device().failOpen("/dev/logmpp", false);
+    EXPECT_EQ(0, HI_MPI_LOG_SetLevel(&level));
+    EXPECT_EQ(6U, device().callsOf(0x40184C00).at(0).as<LOG_LEVEL_S>().au32Word[5]);
+    device().answer(0xC0184C01, [](void *record) {
+        static_cast<LOG_LEVEL_S *>(record)->au32Word[0] = 9;
+        return 0;
+    });
+    EXPECT_EQ(0, HI_MPI_LOG_GetLevel(&level));
+    EXPECT_EQ(9U, level.au32Word[0]);
+    EXPECT_EQ(0, HI_MPI_LOG_SetWaitFlag(1));
+    EXPECT_EQ(1U, device().callsOf(0x40044C03).at(0).as<std::uint32_t>());
+    device().readText = "kernel says";
+    char text[6] = {};
+    EXPECT_EQ(6, HI_MPI_LOG_Read(text, 6));
+    EXPECT_EQ("kernel", std::string(text, 6));
+    EXPECT_EQ("null ptr!\n", messages([] { EXPECT_EQ(-1, HI_MPI_LOG_SetLevel(nullptr)); }));
+    const int opens = device().openCount("/dev/logmpp");
+    HI_MPI_LOG_Close();
+    HI_MPI_LOG_Read(text, 6);
+    EXPECT_EQ(opens + 1, device().openCount("/dev/logmpp"));
+}
+
+// A driver in tuning mode that grants runs one by one, or wakes the waiter for nothing.
+class TuningDriver {
+public:
+    TuningDriver() {
+        device().answer(0x80045918, [](void *record) {
+            *static_cast<std::uint32_t *>(record) = 1;
+            return 0;
+        });
+        device().answer(0xC008591A, [this](void *record) { return wait(record); });
+        device().answer(0x0000591B, [this](void *) {
+            woken_ = true;
+            return 0;
+        });
+    }
+
+    void grant(int runs) { runs_ = runs; }
+    void waitForReports(int count) const {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (reports < count && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(count, reports);
+    }
+
+    std::atomic<int> reports{0};
+
+private:
+    int wait(void *record) {
+        auto *const words = static_cast<std::uint32_t *>(record);
+        if (words[0] == 0) {
+            ++reports;
+            return 0;
+        }
+        while (runs_ == 0) {
+            if (woken_) {
+                return -1;
+            }
+            std::this_thread::yield();
+        }
+        --runs_;
+        words[1] = 42;
+        return 0;
+    }
+
+    std::atomic<int> runs_{0};
+    std::atomic<bool> woken_{false};
+};
+
+TEST_F(SysTest, LendsTuningRunsToTheLibrary) {
+    TuningDriver driver;
+    driver.grant(2);
+    ASSERT_EQ(0, HI_MPI_SYS_Init());
+    driver.waitForReports(2);
+    EXPECT_EQ(0, HI_MPI_SYS_Exit());
+    // The test's own library counts what it is asked: see aqcontrol_stub.cpp.
+    const char *const calls = std::getenv("AQCONTROL_CALLS");
+    EXPECT_STREQ("init 42 deinit 42 init 42 deinit 42 ", calls);
+}
+
+TEST_F(SysTest, EndsAnIdleTuningThread) {
+    const TuningDriver driver;
+    ASSERT_EQ(0, HI_MPI_SYS_Init());
+    ASSERT_EQ(0, HI_MPI_SYS_Init()); // no second thread
+    EXPECT_EQ(0, HI_MPI_SYS_Exit());
+    EXPECT_EQ(1U, device().callsOf(0x0000591B).size());
+}
+
+} // namespace
