@@ -23,7 +23,7 @@ constexpr int streamRate = 8000;
 constexpr auto recordTime = std::chrono::milliseconds(80);
 // Records sent ahead of time, so that a sender or daemon that is late is not heard.
 constexpr std::size_t recordsAhead = 5;
-constexpr auto playOutPatience = std::chrono::seconds(10);
+constexpr auto playOutPatience = std::chrono::seconds(1);
 constexpr auto playOutLook = std::chrono::milliseconds(20);
 
 double seconds(std::size_t samples) {
@@ -47,7 +47,7 @@ public:
 
     void show(std::size_t samples, bool isLast) {
         const double done = std::min(seconds(samples), total_);
-        if (!isTerminal_ && !isLast && done < nextLine_) {
+        if (!isTerminal_ && !isLast && (done < nextLine_ || done >= total_)) {
             return;
         }
         nextLine_ = done + 1;
@@ -76,13 +76,19 @@ void sendAll(StreamSender &sender, const std::vector<std::uint8_t> &bytes, bool 
     }
 }
 
-// Waits until the loudspeaker has played what was sent, as far as it gets there.
+// Waits until the loudspeaker has played `periods` periods in all, or plays no more: records may
+// have been lost on the way.
 void waitForPlayOut(BoardRegisters &registers, std::uint32_t periods) {
     const AoRegisters &ao = registers.ao;
+    std::uint32_t seen = ao.periodsPlayed;
     for (auto deadline = Clock::now() + playOutPatience; Clock::now() < deadline;) {
-        if (static_cast<std::int32_t>(ao.periodsPlayed - periods) >= 0 &&
-            aoQueueFill(ao.channels[0]) == 0) {
+        const std::uint32_t played = ao.periodsPlayed;
+        if (static_cast<std::int32_t>(played - periods) >= 0 && aoQueueFill(ao.channels[0]) == 0) {
             return;
+        }
+        if (played != seen) {
+            seen = played;
+            deadline = Clock::now() + playOutPatience;
         }
         std::this_thread::sleep_for(playOutLook);
     }

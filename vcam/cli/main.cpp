@@ -95,7 +95,7 @@ int main(int argc, char **argv) {
     std::vector<std::string> program;
     CLI::App *const exec =
         app.add_subcommand("exec", "Run a program of yours on the camera's board");
-    exec->prefix_command();
+    exec->fallthrough(false)->prefix_command();
     exec->callback(
         [&] { command = [&, exec] { return execOnCamera(CameraDir(dir), exec->remaining()); }; });
 

@@ -167,17 +167,17 @@ int supervise(Child &daemon, BoardRegisters &registers, const sigset_t &signals)
 } // namespace
 
 int runCamera(const CameraDir &dir, const RunOptions &options) {
-    const UniqueFd lock = lockDirectory(dir);
-    const CameraFiles files(dir);
-    MappedBoard board(dir, MappedBoard::Mode::create);
-    setUpBoard(board.registers(), options);
-
     // Blocked in every thread that is started from here on; this one waits for them.
     sigset_t signals = {};
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGUSR1}) {
         sigaddset(&signals, signal);
     }
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    const UniqueFd lock = lockDirectory(dir);
+    const CameraFiles files(dir);
+    MappedBoard board(dir, MappedBoard::Mode::create);
+    setUpBoard(board.registers(), options);
 
     const LogCollector collector(dir);
     const Tessel tessel(dir, SettingsStore::ofCamera(),
@@ -188,7 +188,9 @@ int runCamera(const CameraDir &dir, const RunOptions &options) {
     std::cout << "vcam: camera in " << dir.path().string() << "\nvcam: loudspeaker in "
               << dir.speakerFile().string() << std::endl;
     Child daemon;
-    if (!options.bare) {
+    if (options.bare) {
+        std::cout << "vcam: the board is up, without the daemon" << std::endl;
+    } else {
         daemon.start(daemonCommand(dir, options), [&] { enterBoard(dir); });
     }
     const int status = supervise(daemon, board.registers(), signals);

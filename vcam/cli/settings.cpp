@@ -21,7 +21,8 @@ namespace {
 constexpr unsigned char controlMessage = 2;
 constexpr unsigned char dataMessage = 3;
 constexpr std::size_t headerSize = 4;
-constexpr std::size_t timeWidth = 12; // "HH:MM:SS.mmm" at the start of a log line
+constexpr std::size_t longestSetting = 4096; // key and value
+constexpr std::size_t timeWidth = 12;        // "HH:MM:SS.mmm" at the start of a log line
 
 std::string escaped(const std::string &text) {
     std::string result;
@@ -68,6 +69,10 @@ void setValue(const CameraDir &dir, const std::string &key, const std::string &v
     if (key.empty() || key.find_first_of("=\n") != std::string::npos ||
         value.find('\n') != std::string::npos) {
         throw CameraError("a key holds no '=', and neither key nor value a line feed");
+    }
+    if (key.size() + value.size() > longestSetting) {
+        throw CameraError("a setting has at most " + std::to_string(longestSetting) +
+                          " characters");
     }
     if (askTessel(dir, "set NameValue 99 0 0\n" + key + '=' + value) != "OK") {
         throw CameraError("the settings daemon does not take " + key);

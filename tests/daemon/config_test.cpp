@@ -1,0 +1,94 @@
+#include "src/voxo/config.h"
+
+#include "tests/daemon/daemon_fixture.h"
+#include "vcam/tessel/snapshot.h"
+
+namespace {
+
+TEST(CodecName, BecomesAFourCharacterCode) {
+    const struct {
+        const char *text;
+        std::uint32_t code;
+    } cases[] = {
+        {"g711", 0x31313747}, {"G711A", 0x31313747}, {"aac", 0x20434141}, {"", 0x20202020}};
+    for (const auto &name : cases) {
+        std::uint32_t code = 0;
+        EXPECT_EQ(0, voxoStrToFourCC(name.text, &code));
+        EXPECT_EQ(name.code, code) << name.text;
+    }
+}
+
+class ConfigTest : public DaemonTest {
+protected:
+    // Publishes the settings with this volume.
+    void publish(const std::string &volume) {
+        SettingsStore store = SettingsStore::ofCamera();
+        store.set("audioout_c0_volume", volume);
+        snapshot_ = std::make_unique<Snapshot>(dir_.path() / "usr/sbin/tessel");
+        ASSERT_TRUE(snapshot_->write(store));
+    }
+
+    std::unique_ptr<Snapshot> snapshot_;
+};
+
+TEST_F(ConfigTest, TurnsVolumeIntoGain) {
+    const struct {
+        const char *volume;
+        int read;
+        int gain;
+    } cases[] = {{"0", 0, 91},         {"1", 1, 91},           {"50", 50, 46},
+                 {"80", 80, 19},       {"99", 99, 1},          {"100", 100, 0},
+                 {"1000", 1000, -819}, {"99999", 9999, -9008}, {"loud", 0, 91}};
+    voxoContext.audioclipCapability = 1;
+    for (const auto &setting : cases) {
+        publish(setting.volume);
+        const std::string out = outputOf([] { EXPECT_EQ(0, voxoSetVolume(&voxoContext)); });
+        EXPECT_EQ("dwVolume = " + std::to_string(setting.read) +
+                      ", dwGain = " + std::to_string(setting.gain) + "\n",
+                  out);
+        EXPECT_EQ(setting.gain, device().callsOf(0xC008410C).back().as<std::int32_t>());
+    }
+    voxoContext.audioclipCapability = 0;
+    publish("100");
+    EXPECT_EQ("dwVolume = 100, dwGain = 30\n", outputOf([] { voxoSetVolume(&voxoContext); }));
+    device().answer(0xC008410D, -1);
+    const std::string out = outputOf([] { EXPECT_EQ(-1, voxoSetVolume(&voxoContext)); });
+    EXPECT_TRUE(withoutLines(out).ends_with("[voxo] src/voxo:#: Set audio volume failed!\n"));
+    EXPECT_EQ("warning Set audio volume failed!\n", takeSystemLog());
+}
+
+TEST_F(ConfigTest, LearnsTheClipCapability) {
+    voxoContext.audioclipCapability = 5;
+    errorsOf([] { // nobody has published anything
+        EXPECT_EQ("[voxo] src/voxo:#: Get audioclip failed!\n", withoutLines(outputOf([] {
+                      EXPECT_EQ(-1, voxoGetAudioclipCapability(&voxoContext));
+                  })));
+    });
+    EXPECT_EQ(0, voxoContext.audioclipCapability);
+    EXPECT_EQ("warning Get audioclip failed!\n", takeSystemLog());
+    publish("1");
+    EXPECT_EQ(0, voxoGetAudioclipCapability(&voxoContext));
+    EXPECT_EQ(1, voxoContext.audioclipCapability);
+}
+
+TEST_F(ConfigTest, ReadsTheFile) {
+    const std::string path = (dir_.path() / "voxo.xml").string();
+    path.copy(voxoContext.configPath, sizeof voxoContext.configPath - 1);
+    std::ofstream(path) << "<root><audioout><aencpid>/var/run/aenc.pid</aencpid><c0><device><node>"
+                           "a node of more than fifteen</node></device><volume>33</volume><s0>"
+                           "<socket> /tmp/s </socket></s0><capability><codectype>g711</codectype>"
+                           "</capability></c0></audioout></root>";
+    voxoContext.decoder.fourCC = 0;
+    EXPECT_EQ("config file parse OK!!\n",
+              outputOf([] { EXPECT_EQ(0, voxoParseConfig(&voxoContext)); }));
+    EXPECT_STREQ("/var/run/aenc.pid", voxoContext.aencPidPath);
+    EXPECT_STREQ("a node of more ", voxoContext.deviceNode);
+    EXPECT_EQ(33, voxoContext.dwVolume);
+    EXPECT_STREQ("/tmp/s", voxoContext.socketPath);
+    EXPECT_EQ(codeG711, voxoContext.decoder.fourCC);
+    std::ofstream(path) << "<root>";
+    EXPECT_EQ("config file parse failed!!\n",
+              outputOf([] { EXPECT_EQ(-1, voxoParseConfig(&voxoContext)); }));
+}
+
+} // namespace

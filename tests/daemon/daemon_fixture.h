@@ -1,0 +1,120 @@
+// The daemon's parts in the test's own process, on the scripted device.
+#pragma once
+
+#include "audioout/audioout.h"
+#include "mpp/include/mpp_sys.h"
+#include "src/voxo/context.h"
+#include "src/voxo/stream.h"
+#include "tests/settings/fake_tessel.h"
+#include "tests/support/captured.h"
+#include "tests/support/redirect.h"
+#include "tests/support/scripted_device.h"
+#include "tests/support/system_log.h"
+#include "wav/wav.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <vector>
+
+// A daemon whose output is open and whose decoder is ready; what reaches the driver is in heard().
+class DaemonTest : public testing::Test {
+protected:
+    DaemonTest() {
+        std::filesystem::create_directories(dir_.path() / "var/run/voxo/c0");
+        std::ofstream(dir_.path() / "var/run/venc.pid") << "1\n";
+        device().reset();
+        voxoContext = {};
+        voxoContext.audioOut = {0, 0, 8000, 16, 640};
+        clipStart = 0;
+        clipOpen = 0;
+        const Captured quiet;
+        G711Dec_GetOps(&voxoContext.decoder);
+        EXPECT_EQ(0, audioout_open(0, 0, 8000, 16, 640));
+        EXPECT_EQ(0, voxoContext.decoder.init(&voxoContext.decoder.codecDesc->handle));
+        device().answer(0xC0785805, [this](void *record) {
+            hear(record);
+            return 0;
+        });
+        takeSystemLog();
+    }
+    ~DaemonTest() override {
+        const Captured quiet;
+        WAV_Release(&wavHandle);
+        voxoContext.decoder.release(&voxoContext.decoder.codecDesc->handle);
+        device().reset();
+        audioout_close(0, 0);
+        HI_MPI_SYS_Exit();
+    }
+
+    // Interleaved samples that have reached the driver.
+    const std::vector<std::int16_t> &heard() const { return heard_; }
+    void forgetHeard() { heard_.clear(); }
+
+    // Pushes what waits in the platform's buffer to the driver.
+    void flush() {
+        const std::vector<std::int16_t> silence(1280);
+        for (int i = 0; i < 4; ++i) {
+            audioout_write(0, 0, silence.data(), 2560);
+        }
+    }
+
+    TemporaryDirectory dir_;
+    RedirectedPaths paths_{dir_.path()};
+
+private:
+    void hear(const void *record) {
+        std::uint32_t words[30];
+        std::memcpy(words, record, sizeof words);
+        const auto *const right =
+            reinterpret_cast<const std::int16_t *>(static_cast<std::uintptr_t>(words[2]));
+        const auto *const left =
+            reinterpret_cast<const std::int16_t *>(static_cast<std::uintptr_t>(words[3]));
+        for (std::uint32_t i = 0; i < words[9] / 2; ++i) {
+            heard_.push_back(left[i]);
+            heard_.push_back(right[i]);
+        }
+    }
+
+    std::vector<std::int16_t> heard_;
+};
+
+// Stream records.
+using Record = std::vector<std::uint8_t>;
+
+inline void putWord(Record &record, std::size_t offset, std::uint32_t word) {
+    std::memcpy(record.data() + offset, &word, sizeof word);
+}
+
+inline Record newRecord(const char *type, std::size_t size) {
+    Record record(size);
+    putWord(record, 0, static_cast<std::uint32_t>(size));
+    std::memcpy(record.data() + 4, type, 4);
+    return record;
+}
+
+inline Record audioRecord(const std::vector<std::uint8_t> &payload, std::uint32_t extra = 0) {
+    Record record = newRecord("G711", 44 + extra + payload.size());
+    putWord(record, 40, extra);
+    std::copy(payload.begin(), payload.end(), record.begin() + 44 + extra);
+    return record;
+}
+
+inline Record codecInfo(const char *codec, std::uint32_t word44, std::uint32_t word48,
+                        std::uint32_t flag = 0) {
+    Record record = newRecord("CONF", 64);
+    std::memcpy(record.data() + 8, codec, 4);
+    putWord(record, 44, word44);
+    putWord(record, 48, word48);
+    putWord(record, 60, flag);
+    return record;
+}
+
+inline Record lawInfo(const char *law) {
+    std::uint32_t code = 0;
+    std::memcpy(&code, law, 4);
+    return codecInfo("G711", code, 1, 1);
+}

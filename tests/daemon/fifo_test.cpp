@@ -1,0 +1,208 @@
+#include "src/voxo/fifo.h"
+
+#include "src/voxo/playback.h"
+#include "tests/daemon/daemon_fixture.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+std::string message(unsigned char type, const std::string &body, unsigned char header = 4) {
+    std::string bytes = {static_cast<char>(type), static_cast<char>(header),
+                         static_cast<char>(body.size() & 0xFF),
+                         static_cast<char>(body.size() >> 8)};
+    return bytes + std::string(header > 4 ? header - 4U : 0U, 'h') + body;
+}
+
+std::string control(const std::string &entries) {
+    return message(2, "<message>" + entries + "</message>");
+}
+
+std::string location(const std::string &path, const std::string &type = "5") {
+    return message(3, "<message><data type=\"" + type + "\">" + path + "</data></message>");
+}
+
+const std::string start = R"(<control class="1" value="1"/>)";
+const std::string stop = R"(<control class="1" value="0"/>)";
+const std::string other = R"(<control class="2" value="1"/>)";
+
+class FifoTest : public DaemonTest {
+protected:
+    FifoTest() {
+        voxoContext.xmlParser = XML_ParserCreate(nullptr);
+        voxoContext.audioclipCapability = 1;
+        const Captured quiet;
+        EXPECT_EQ(0, voxoInitFIFO());
+        fifo_ = voxoContext.fifoFd;
+    }
+    ~FifoTest() override {
+        XML_ParserFree(voxoContext.xmlParser);
+        close(fifo_);
+    }
+
+    // What the daemon says of bytes in the FIFO.
+    struct Received {
+        int result;
+        std::string out;
+        std::string log;
+    };
+    Received receive(const std::string &bytes) {
+        takeSystemLog();
+        EXPECT_EQ(static_cast<ssize_t>(bytes.size()), write(fifo_, bytes.data(), bytes.size()));
+        Received received = {};
+        received.out = withoutLines(outputOf([&] { received.result = voxoReceiveFIFOCmd(fifo_); }));
+        received.log = takeSystemLog();
+        return received;
+    }
+
+    // The output of a message that was handed on, behind the line that shows it.
+    std::string outputFor(const std::string &bytes) {
+        const Received received = receive(bytes);
+        EXPECT_EQ(0, received.result);
+        EXPECT_TRUE(received.out.starts_with("[voxo] src/voxo:#: Receive FIFO command: <"));
+        return received.out.substr(received.out.find('\n') + 1);
+    }
+
+    void expectEmpty() const {
+        char byte = 0;
+        EXPECT_EQ(-1, read(fifo_, &byte, 1));
+    }
+
+    int fifo_ = -1;
+};
+
+TEST_F(FifoTest, ObeysControlMessages) {
+    std::vector<std::string> requests;
+    const FakeTessel tessel(dir_.path(),
+                            [&](int fd) { requests.push_back(FakeTessel::receive(fd)); });
+    EXPECT_EQ("Get control message!!\nGet start!!\n", outputFor(control(start)));
+    EXPECT_EQ(1, clipStart);
+    EXPECT_EQ("Get control message!!\n", outputFor(control(other)));
+    EXPECT_EQ(1, clipStart);
+    device().clearCalls();
+    EXPECT_EQ("Get control message!!\nGet start!!\nGet stop!!\n",
+              outputFor(control(start + other + stop)));
+    EXPECT_EQ(0, clipStart);
+    EXPECT_EQ(1U, device().callsOf(0x0000580C).size()); // the output is cleared
+    EXPECT_EQ("Get control message!!\nGet stop!!\n", outputFor(control(stop)));
+    const std::string report = "set NameValue 99 0 0\nstatus_audioclip_playing=0";
+    EXPECT_EQ((std::vector<std::string>{report, report}), requests);
+    // More entries than there is room for.
+    std::string many;
+    for (int i = 0; i < 15; ++i) {
+        many += start;
+    }
+    std::string expected = "Get control message!!\n";
+    for (int i = 0; i < 10; ++i) {
+        expected += "Get start!!\n";
+    }
+    EXPECT_EQ(expected, outputFor(control(many)));
+}
+
+TEST_F(FifoTest, TakesLocations) {
+    EXPECT_EQ("Get location: /a/clip.wav\n", outputFor(location("/a/clip.wav")));
+    EXPECT_STREQ("/a/clip.wav", voxoContext.clipLocation);
+    EXPECT_EQ("Get location: /b\n", outputFor(message(3, "<m><data type='5'>/b</data></m>", 60)));
+    EXPECT_EQ("Get location: a&b\n", outputFor(location("a&amp;b")));
+    EXPECT_EQ("Unknown data type: 7\n", outputFor(location("/c", "7")));
+    EXPECT_STREQ("a&b", voxoContext.clipLocation);
+    // A longer one is cut where the item ends, and shown as it was taken.
+    EXPECT_EQ("Get location: " + std::string(59, 'x') + "\n",
+              outputFor(location(std::string(300, 'x'))));
+    EXPECT_EQ("", outputFor(message(1, "<ignored/>")));
+    EXPECT_EQ("", outputFor(message(4, "<ignored/>")));
+}
+
+TEST_F(FifoTest, ReportsWhatItCannotFrame) {
+    const std::string good = location("/good");
+    const std::string error = "debug Receive FIFO Cmd error!\n";
+    const struct {
+        const char *name;
+        std::string bytes;
+        std::string log;
+    } cases[] = {{"short", std::string("\2\4\1", 3), ""},
+                 {"type 0", std::string("\0\4\1\0", 4), ""},
+                 {"type 5", std::string("\5\4\1\0", 4), ""},
+                 {"second byte 0", std::string("\2\0\1\0", 4), ""},
+                 {"header length 3", std::string("\2\3\1\0", 4), error},
+                 {"no body", std::string("\2\4\5\0", 4), error},
+                 {"nothing at all", std::string("\2\4\0\0", 4), error},
+                 {"too long", message(2, std::string(1020, 'x')), error},
+                 {"longest", message(2, std::string(60000, 'x')), error}};
+    for (const auto &bad : cases) {
+        const Received received = receive(bad.bytes);
+        EXPECT_EQ(-1, received.result) << bad.name;
+        EXPECT_EQ("", received.out) << bad.name;
+        EXPECT_EQ(bad.log, received.log) << bad.name;
+        expectEmpty();
+        EXPECT_EQ("Get location: /good\n", outputFor(good)) << bad.name;
+    }
+    // The longest that fits with a terminator.
+    const std::string path = "<m><data type='7'>" + std::string(1019 - 31, 'x') + "</data></m>";
+    ASSERT_EQ(1017U, path.size());
+    EXPECT_EQ("Unknown data type: 7\n", outputFor(message(3, path + "  ")));
+    // Drained never past what it declared.
+    EXPECT_EQ(-1, receive(message(2, std::string(2000, 'x')) + good).result);
+    EXPECT_EQ("Get location: /good\n", outputFor(""));
+}
+
+TEST_F(FifoTest, ReportsWhatItCannotParse) {
+    for (const char *body : {"<message><control", "no XML", "<a/><b/>", "<m>\x01</m>"}) {
+        EXPECT_NE(std::string::npos,
+                  receive(message(2, body))
+                      .log.find("debug [FIFO Message] Parse control message error! [LINE:"))
+            << body;
+        EXPECT_NE(std::string::npos,
+                  receive(message(3, body))
+                      .log.find("debug [FIFO Message] Parse data message error! [LINE:"))
+            << body;
+    }
+    EXPECT_NE(std::string::npos,
+              receive(message(3, "<m><other/></m>")).log.find("Parse data message error!"));
+    // A message cut in two: the half that came is refused, and so is what comes behind it.
+    const std::string whole = location("/split");
+    EXPECT_EQ(0, receive(whole.substr(0, 30)).result);
+    EXPECT_EQ(-1, receive(whole.substr(30, 4)).result);
+    EXPECT_EQ("Get location: /good\n", outputFor(location("/good")));
+}
+
+TEST_F(FifoTest, AsksForTwoWayAudio) {
+    std::vector<std::string> requests;
+    std::string status = "0";
+    const FakeTessel tessel(dir_.path(), [&](int fd) {
+        requests.push_back(FakeTessel::receive(fd));
+        send(fd, status.data(), status.size(), MSG_NOSIGNAL);
+    });
+    clipStart = 1;
+    EXPECT_EQ("i2WayAudioStatus = 0\n", outputOf([] { EXPECT_EQ(0, voxoCheck2WayAudio()); }));
+    EXPECT_EQ(1, clipStart);
+    status = "1\n";
+    EXPECT_EQ("i2WayAudioStatus = 1\n2-way audio in progress\n",
+              outputOf([] { EXPECT_EQ(1, voxoCheck2WayAudio()); }));
+    EXPECT_EQ(0, clipStart);
+    const std::string query = "get Value 99 0\nstatus_onlinenum_sip";
+    EXPECT_EQ((std::vector<std::string>{query, query,
+                                        "set NameValue 99 0 0\nstatus_audioclip_playing=0"}),
+              requests);
+    status = std::string(300, '1'); // too long to be one
+    outputOf([] { voxoCheck2WayAudio(); });
+}
+
+TEST_F(FifoTest, MakesTheFifoOrReusesIt) {
+    EXPECT_TRUE(std::filesystem::is_fifo(dir_.path() / "var/run/voxo/c0/controlfifo"));
+    const std::string again = outputOf([] { EXPECT_EQ(0, voxoInitFIFO()); });
+    EXPECT_EQ("Initial FIFO succeeded, fd = " + std::to_string(voxoContext.fifoFd) + "\n", again);
+    close(voxoContext.fifoFd);
+    const std::filesystem::path path = dir_.path() / "var/run/voxo/c0/controlfifo";
+    std::filesystem::remove(path);
+    std::ofstream(path) << "a plain file would be readable for ever";
+    EXPECT_EQ("[voxo] src/voxo:#: Open FIFO fail, path = /var/run/voxo/c0/controlfifo\n",
+              withoutLines(outputOf([] { EXPECT_EQ(-1, voxoInitFIFO()); })));
+    std::filesystem::remove_all(path.parent_path());
+    EXPECT_EQ("[voxo] src/voxo:#: Make a FIFO file fail, path = /var/run/voxo/c0/controlfifo\n",
+              withoutLines(outputOf([] { EXPECT_EQ(-1, voxoInitFIFO()); })));
+}
+
+} // namespace

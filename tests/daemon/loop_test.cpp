@@ -1,0 +1,133 @@
+#include "src/voxo/loop.h"
+
+#include "src/voxo/process.h"
+#include "tests/daemon/daemon_fixture.h"
+#include "tests/support/allocations.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+namespace {
+
+class LoopTest : public DaemonTest {
+protected:
+    LoopTest() {
+        int sockets[2] = {};
+        EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_DGRAM, 0, sockets));
+        fcntl(sockets[0], F_SETFL, O_NONBLOCK);
+        voxoContext.streamFd = sockets[0];
+        sender_.reset(sockets[1]);
+        quitRequested = 0;
+    }
+    ~LoopTest() override { close(voxoContext.streamFd); }
+
+    UniqueFd sender_;
+};
+
+TEST_F(LoopTest, AllocatesNothingBetweenTheFirstRecordAndTheEnd) {
+    device().record(false);
+    std::atomic<int> played{0};
+    device().answer(0xC0785805, [&played](void *) {
+        ++played;
+        return 0;
+    });
+    const Record record = audioRecord(std::vector<std::uint8_t>(640, 0x33));
+    std::thread sender([&] {
+        for (int i = 0; i < 200; ++i) {
+            send(sender_.get(), record.data(), record.size(), 0);
+        }
+        while (played < 199) {
+            std::this_thread::yield();
+        }
+        voxoSignalHandler(SIGTERM);
+        send(sender_.get(), "", 0, 0); // ends the wait
+    });
+    const Captured quiet;
+    const AllocationCount allocations;
+    const std::unique_ptr<int> counted(new int(0));
+    EXPECT_EQ(1U, allocations.get());
+    voxoMainLoop(&voxoContext);
+    EXPECT_EQ(1U, allocations.get());
+    sender.join();
+    EXPECT_EQ(199, played);
+}
+
+TEST_F(LoopTest, WakesOnceASecondAndLeavesTheDriverAlone) {
+    device().clearCalls();
+    std::thread clock([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        voxoSignalHandler(SIGINT);
+    });
+    const auto before = std::chrono::steady_clock::now();
+    voxoMainLoop(&voxoContext);
+    const auto spent = std::chrono::steady_clock::now() - before;
+    clock.join();
+    EXPECT_GE(spent, std::chrono::milliseconds(1900)); // two waits
+    EXPECT_TRUE(device().calls().empty());
+}
+
+class ProcessTest : public DaemonTest {
+protected:
+    ProcessTest() {
+        file_ = dir_.path() / "own.pid";
+        file_.string().copy(pidFilePath, sizeof pidFilePath - 1);
+        pidFilePath[file_.string().size()] = '\0';
+    }
+    ~ProcessTest() override { pidFilePath[0] = '\0'; }
+
+    std::string fileText() const {
+        std::ifstream in(file_);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
+    std::filesystem::path file_;
+};
+
+TEST_F(ProcessTest, OwnsItsPidFileWhileItHoldsItsId) {
+    const mode_t mask = umask(0077);
+    EXPECT_EQ(0, voxoCreatePidFile());
+    umask(mask);
+    EXPECT_EQ(std::to_string(getpid()) + "\n", fileText());
+    EXPECT_EQ(std::filesystem::perms(0644), std::filesystem::status(file_).permissions());
+    voxoCleanup(&voxoContext);
+    EXPECT_FALSE(std::filesystem::exists(file_));
+    std::ofstream(file_) << getpid() + 1 << "\n"; // another daemon's by now
+    voxoCleanup(&voxoContext);
+    EXPECT_TRUE(std::filesystem::exists(file_));
+    std::filesystem::remove(file_);
+    EXPECT_EQ("can't open " + file_.string() + "\n", errorsOf([] { voxoCleanup(&voxoContext); }));
+    std::strcpy(pidFilePath, "/no/such/dir/pid");
+    EXPECT_EQ("can't open /no/such/dir/pid\n",
+              errorsOf([] { EXPECT_EQ(-1, voxoCreatePidFile()); }));
+    pidFilePath[0] = '\0';
+    EXPECT_EQ("", errorsOf([] { EXPECT_EQ(0, voxoCreatePidFile()); }));
+}
+
+volatile std::sig_atomic_t signals;
+
+TEST_F(ProcessTest, NotifiesTheEncoder) {
+    std::signal(SIGUSR1, [](int) { signals = signals + 1; });
+    signals = 0;
+    const auto notify = [&](const std::string &text) {
+        std::ofstream(file_) << text;
+        voxoNotifyEncoder(file_.c_str());
+    };
+    notify(std::to_string(getpid()) + "\n");
+    EXPECT_EQ(1, signals);
+    notify("  " + std::to_string(getpid()));
+    EXPECT_EQ(2, signals);
+    for (const char *text : {"", "none", "0\n", "-1\n", "-999999"}) { // no process's id
+        notify(text);
+    }
+    EXPECT_EQ(2, signals);
+    EXPECT_EQ("", errorsOf([] { voxoNotifyEncoder(""); }));
+    EXPECT_EQ("can't open /no/such/pid\n", errorsOf([] { voxoNotifyEncoder("/no/such/pid"); }));
+    std::signal(SIGUSR1, SIG_DFL);
+}
+
+} // namespace

@@ -1,0 +1,72 @@
+#include "src/voxo/options.h"
+
+#include "src/voxo/context.h"
+#include "tests/support/captured.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Parsed {
+    int result;
+    int daemonFlag;
+    std::string errors;
+};
+
+Parsed parse(std::vector<std::string> arguments) {
+    voxoContext = {};
+    pidFilePath[0] = '\0';
+    arguments.insert(arguments.begin(), "voxo");
+    std::vector<char *> argv;
+    for (std::string &argument : arguments) {
+        argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    Parsed parsed = {};
+    parsed.daemonFlag = 7;
+    parsed.errors = errorsOf([&] {
+        parsed.result =
+            voxoParseOptions(static_cast<int>(arguments.size()), argv.data(), &parsed.daemonFlag);
+    });
+    return parsed;
+}
+
+TEST(Options, TakeWhatFits) {
+    const std::string config(255, 'c');
+    const std::string pid(127, 'p');
+    Parsed parsed = parse({"-c", config, "-p", pid});
+    EXPECT_EQ(0, parsed.result);
+    EXPECT_EQ(0, parsed.daemonFlag);
+    EXPECT_EQ(config, voxoContext.configPath);
+    EXPECT_EQ(pid, pidFilePath);
+    parsed = parse({"-dc", "longer than the next", "-cshort"});
+    EXPECT_EQ(0, parsed.result);
+    EXPECT_EQ(1, parsed.daemonFlag);
+    EXPECT_EQ(std::string("short") + std::string(251, '\0'),
+              std::string(voxoContext.configPath, 256)); // replaced whole
+    EXPECT_STREQ("", pidFilePath);
+}
+
+TEST(Options, RefuseTheRest) {
+    const struct {
+        std::vector<std::string> arguments;
+        const char *errors;
+    } cases[] = {{{}, "Config file path not set!\n"},
+                 {{"-d"}, "Config file path not set!\n"},
+                 {{"-c", std::string(256, 'c')}, "Config file path too long!\n"},
+                 {{"-c", "x", "-p", std::string(128, 'p')}, "PID file path too long!\n"},
+                 {{"-c", "x", "-x"}, "Unknown option `-x'.\n"},
+                 {{"-c", "x", "-\x07"}, "Unknown option character `\\x7'.\n"},
+                 {{"-c"}, "Unknown option `-c'.\n"},
+                 {{"-c", "x", "-p"}, "Unknown option `-p'.\n"}};
+    for (const auto &refusal : cases) {
+        const Parsed parsed = parse(refusal.arguments);
+        EXPECT_EQ(-1, parsed.result);
+        EXPECT_EQ(refusal.errors, parsed.errors);
+    }
+}
+
+} // namespace

@@ -1,0 +1,206 @@
+// Clips on the virtual camera: named and started over the control FIFO, pre-empted, reported.
+#include "tests/support/camera_process.h"
+#include "tests/wav/wav_bytes.h"
+#include "vcam/camera/camera.h"
+#include "vcam/cli/stream_sender.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+const std::string speech = VOXO_SPEECH_SAMPLE;
+const std::vector<std::string> realTime;
+
+constexpr std::size_t chunkBytes = 2048;
+constexpr std::size_t periodBytes = 1280;
+
+std::string wavOf(std::uint32_t channels, std::size_t bytes, std::uint32_t rate = 8000) {
+    return riff(fmtChunk({.channels = channels, .rate = rate}) + chunk("data", samples(bytes)));
+}
+
+// What the loudspeaker hears of a clip: its full chunks, as far as they have left the platform's
+// buffer in whole periods when the clip is cleared. The layer below swaps the sides.
+std::vector<std::int16_t> audible(std::uint32_t channels, std::size_t bytes) {
+    const std::size_t chunks = bytes / chunkBytes;
+    const std::string data = samples(bytes);
+    std::vector<std::int16_t> stereo;
+    for (std::size_t i = 0; i < chunks * chunkBytes / 2; ++i) {
+        std::int16_t sample = 0;
+        std::memcpy(&sample, data.data() + 2 * i, 2);
+        stereo.insert(stereo.end(), channels == 1 ? 2U : 1U, sample);
+    }
+    for (std::size_t i = 0; i + 1 < stereo.size(); i += 2) {
+        std::swap(stereo[i], stereo[i + 1]);
+    }
+    const std::size_t perChunk = channels == 1 ? chunkBytes : chunkBytes / 2;
+    const std::size_t played =
+        chunks == 0 ? 0 : (chunks - 1) * perChunk / periodBytes * periodBytes;
+    stereo.resize(played); // bytes of each side, so as many samples of both
+    return stereo;
+}
+
+std::string log(const CameraProcess &camera) {
+    return camera.vcam({"log"}).out;
+}
+
+bool isReported(const CameraProcess &camera, const char *state, std::size_t times = 1) {
+    const std::string text = log(camera);
+    const std::string report = std::string("status_audioclip_playing=") + state + "  ->";
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(report, at)) != std::string::npos; ++at) {
+        ++count;
+    }
+    return count >= times;
+}
+
+TEST(Clip, IsHeardExactly) {
+    const struct {
+        std::uint32_t channels;
+        std::size_t bytes;
+    } clips[] = {{1, 5000}, {1, 40000}, {2, 40960}, {1, 4096}, {2, 30001}, {1, 100}};
+    for (const auto &clip : clips) {
+        const CameraProcess camera;
+        const TemporaryFile file(wavOf(clip.channels, clip.bytes));
+        EXPECT_EQ(0, camera.vcam({"clip", "start", file.path()}).status);
+        EXPECT_TRUE(eventually([&] { return isReported(camera, "0"); }));
+        EXPECT_TRUE(isReported(camera, "1"));
+        EXPECT_EQ(audible(clip.channels, clip.bytes), camera.heard()) << clip.bytes;
+        EXPECT_TRUE(camera.outputHolds("[play to the end of the file]\n"));
+    }
+}
+
+TEST(Clip, PlaysOneAfterAnotherAndTheStreamBetween) {
+    const CameraProcess camera;
+    const TemporaryFile file(wavOf(1, 20000));
+    for (std::size_t i = 1; i <= 3; ++i) {
+        EXPECT_EQ(0, camera.vcam({"clip", "start", file.path()}).status);
+        EXPECT_TRUE(eventually([&] { return isReported(camera, "0", i); }));
+        const Finished cast = camera.vcam({"cast", speech, "--fast", "--check"});
+        EXPECT_EQ(0, cast.status) << cast.out;
+    }
+}
+
+TEST(Clip, GivesWayToTwoWayAudio) {
+    const CameraProcess camera(realTime);
+    const TemporaryFile file(wavOf(1, 160000)); // ten seconds
+    EXPECT_EQ(0, camera.vcam({"clip", "start", file.path()}).status);
+    EXPECT_TRUE(eventually([&] { return camera.heard().size() > 2 * 4000; }));
+    EXPECT_EQ(0, camera.vcam({"talk", "on"}).status);
+    EXPECT_TRUE(eventually([&] { return isReported(camera, "0"); }, std::chrono::seconds(2)));
+    const std::size_t heard = camera.heard().size();
+    const std::string text = log(camera);
+    const std::size_t playing = text.find("status_audioclip_playing=1  ->  OK");
+    const std::size_t query = text.find("get Value 99 0 | status_onlinenum_sip  ->  1");
+    const std::size_t stopped = text.find("status_audioclip_playing=0  ->  OK");
+    EXPECT_LT(playing, query);
+    EXPECT_LT(query, stopped);
+    EXPECT_NE(std::string::npos, stopped);
+    // Nothing of the clip is left in any queue.
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_LE(camera.heard().size(), heard + periodBytes);
+    std::vector<std::int16_t> prefix = audible(1, 160000);
+    prefix.resize(camera.heard().size());
+    EXPECT_EQ(prefix, camera.heard());
+    EXPECT_EQ("status_audioclip_playing=0", [&] {
+        const std::string status = camera.vcam({"status"}).out;
+        const std::size_t at = status.find("status_audioclip_playing");
+        return status.substr(at, status.find('\n', at) - at);
+    }());
+}
+
+TEST(Clip, SilencesTheStreamWhileItPlays) {
+    const CameraProcess camera(realTime);
+    const TemporaryFile file(wavOf(1, 80000)); // five seconds, more than the queue holds
+    EXPECT_EQ(0, camera.vcam({"clip", "start", file.path()}).status);
+    EXPECT_TRUE(eventually([&] { return isReported(camera, "1"); }));
+    const CameraDir dir(camera.dir());
+    StreamSender sender(dir);
+    for (int i = 0; i < 20; ++i) {
+        sender.sendPayload(std::vector<std::uint8_t>(streamPayload, 0x80));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    EXPECT_TRUE(eventually([&] { return isReported(camera, "0"); }));
+    EXPECT_EQ(audible(1, 80000), camera.heard());
+}
+
+TEST(Clip, StopsAtOnce) {
+    const CameraProcess camera(realTime);
+    const TemporaryFile file(wavOf(1, 160000));
+    EXPECT_EQ(0, camera.vcam({"clip", "start", file.path()}).status);
+    EXPECT_TRUE(eventually([&] { return isReported(camera, "1"); }));
+    EXPECT_EQ(0, camera.vcam({"clip", "stop"}).status);
+    EXPECT_TRUE(eventually([&] { return isReported(camera, "0"); }, std::chrono::seconds(2)));
+    EXPECT_FALSE(camera.outputHolds("[play to the end of the file]"));
+}
+
+TEST(Clip, ReportsFilesThatItCannotPlay) {
+    const CameraProcess camera;
+    const TemporaryFile eightBits(riff(fmtChunk({.bits = 8}) + chunk("data", "abcd")));
+    const TemporaryFile wideRate(wavOf(1, 10000, 44100));
+    const TemporaryDirectory directory;
+    const struct {
+        std::string path;
+        std::string report;
+    } clips[] = {
+        {"/no/such/clip.wav", "[wav] : Open /no/such/clip.wav fail.\nOpen audio clip file fail!\n"},
+        {directory.path(),
+         "[wav] : Parse " + directory.path().string() + " fail.\nOpen audio clip file fail!\n"},
+        {eightBits.path(),
+         "[wav] : Only support 16-bit samples at present.\nOpen audio clip file fail!\n"},
+        {"/" + std::string(300, 'p'),
+         "[wav] : Open /" + std::string(58, 'p') + " fail.\nOpen audio clip file fail!\n"}};
+    for (const auto &clip : clips) {
+        EXPECT_EQ(0, camera.vcam({"clip", "start", clip.path}).status);
+        EXPECT_TRUE(eventually([&] { return camera.outputHolds(clip.report); })) << clip.path;
+    }
+    EXPECT_FALSE(isReported(camera, "1"));
+    EXPECT_EQ(0, camera.vcam({"clip", "start", wideRate.path()}).status);
+    EXPECT_TRUE(eventually([&] { return isReported(camera, "0"); }));
+    EXPECT_TRUE(camera.outputHolds("dwVoxoOutSample: 44100, dwWavFileSampleRate: 44100, "
+                                   "dwAlertDoubleFreqRatio: 2, dwWavFileChannel: 1\n"));
+    EXPECT_EQ(audible(1, 10000), camera.heard()); // at the output's own rate
+}
+
+TEST(Settings, ChangeTheVolumeWithinASecond) {
+    const CameraProcess camera;
+    EXPECT_EQ(0, camera.vcam({"set", "audioout_c0_volume", "50"}).status);
+    EXPECT_TRUE(eventually([&] { return camera.status("codec gain") == "46 left, 46 right"; },
+                           std::chrono::seconds(1)));
+    EXPECT_EQ(1, camera.vcam({"set", "a=b", "1"}).status);
+    EXPECT_EQ(1, camera.vcam({"set", "huge", std::string(70000, 'x')}).status);
+}
+
+// Messages that make no sense stop neither the stream nor the messages behind them.
+TEST(ControlFifo, SurvivesNonsense) {
+    const CameraProcess camera;
+    const UniqueFd fifo(open(camera.place(controlFifoPath).c_str(), O_WRONLY | O_NONBLOCK));
+    ASSERT_TRUE(fifo);
+    std::thread nonsense([&] {
+        for (unsigned i = 0; i < 300; ++i) {
+            std::string bytes(1 + i * 37 % 1500, static_cast<char>(i));
+            bytes[0] = static_cast<char>(i % 6);
+            EXPECT_NE(0, write(fifo.get(), bytes.data(), bytes.size()));
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+    });
+    // A record that comes with a bad message is lost with it; the others play on.
+    EXPECT_EQ(0, camera.vcam({"cast", speech, "--fast"}).status);
+    nonsense.join();
+    const Finished cast = camera.vcam({"cast", speech, "--fast", "--check"});
+    EXPECT_EQ(0, cast.status) << cast.out;
+    EXPECT_TRUE(eventually([&] { return camera.outputHolds("voxoReceiveFIFOCmd fail\n"); }));
+    const TemporaryFile file(wavOf(1, 10000));
+    EXPECT_TRUE(eventually([&] {
+        camera.vcam({"clip", "start", file.path()});
+        return isReported(camera, "0");
+    }));
+}
+
+} // namespace

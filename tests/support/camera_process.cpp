@@ -1,0 +1,145 @@
+#include "tests/support/camera_process.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <sndfile.hh>
+
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<char *> argumentsOf(const std::vector<std::string> &command) {
+    std::vector<char *> arguments;
+    for (const std::string &argument : command) {
+        arguments.push_back(const_cast<char *>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+    return arguments;
+}
+
+std::string contentsOf(const fs::path &file) {
+    std::ifstream in(file);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// Starts a program whose output goes to two files, which may be the same.
+pid_t start(const std::vector<std::string> &command, const std::string &out,
+            const std::string &err) {
+    const std::vector<char *> arguments = argumentsOf(command);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const int outFd = open(out.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        const int errFd = open(err.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        dup2(outFd, STDOUT_FILENO);
+        dup2(errFd, STDERR_FILENO);
+        execv(arguments[0], arguments.data());
+        _exit(127);
+    }
+    return pid;
+}
+
+int waitFor(pid_t pid) {
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+} // namespace
+
+std::string programPath(const std::string &name) {
+    return (fs::read_symlink("/proc/self/exe").parent_path() / name).string();
+}
+
+Finished runProgram(const std::vector<std::string> &command) {
+    const TemporaryDirectory dir;
+    const std::string out = dir.path() / "out";
+    const std::string err = dir.path() / "err";
+    const int status = waitFor(start(command, out, err));
+    return {status, contentsOf(out), contentsOf(err)};
+}
+
+bool eventually(const std::function<bool()> &holds, std::chrono::milliseconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!holds()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+CameraProcess::CameraProcess(std::vector<std::string> options)
+    : logFile_(dir_.path().string() + ".log") {
+    std::vector<std::string> command = {programPath("vcam"), "--dir", dir_.path(), "run"};
+    command.insert(command.end(), options.begin(), options.end());
+    pid_ = start(command, logFile_, logFile_);
+    eventually([this] { return isReady() || waitpid(pid_, nullptr, WNOHANG) != 0; });
+}
+
+CameraProcess::~CameraProcess() {
+    if (pid_ != 0) {
+        end(SIGTERM);
+    }
+    std::error_code ignored;
+    fs::remove(logFile_, ignored);
+}
+
+bool CameraProcess::isReady() const {
+    return outputHolds("G.711Dec initialized!") || outputHolds("vcam: the board is up");
+}
+
+Finished CameraProcess::vcam(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {programPath("vcam"), "--dir", dir_.path()});
+    return runProgram(arguments);
+}
+
+std::string CameraProcess::output() const {
+    return contentsOf(logFile_);
+}
+
+bool CameraProcess::outputHolds(const std::string &text) const {
+    return output().find(text) != std::string::npos;
+}
+
+std::string CameraProcess::status(const std::string &label) const {
+    std::istringstream lines(vcam({"status"}).out);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with(label)) {
+            const std::size_t value = line.find_first_not_of(' ', label.size());
+            return value == std::string::npos ? "" : line.substr(value);
+        }
+    }
+    return "(none)";
+}
+
+std::vector<std::int16_t> CameraProcess::heard() const {
+    SndfileHandle file((dir_.path() / "speaker.wav").string());
+    if (!file) {
+        return {};
+    }
+    std::vector<std::int16_t> samples(static_cast<std::size_t>(file.frames() * file.channels()));
+    file.readf(samples.data(), file.frames());
+    return samples;
+}
+
+pid_t CameraProcess::daemon() const {
+    std::ifstream in(place("/var/run/voxo.pid"));
+    pid_t pid = 0;
+    in >> pid;
+    return pid;
+}
+
+int CameraProcess::end(int signal) {
+    kill(pid_, signal);
+    const int status = waitFor(pid_);
+    pid_ = 0;
+    return status;
+}

@@ -1,0 +1,69 @@
+// A virtual camera run by a test: the real programs, in processes of their own.
+#pragma once
+
+#include "tests/support/redirect.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+// What a finished program said.
+struct Finished {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+// Runs a program to its end.
+Finished runProgram(const std::vector<std::string> &command);
+
+// Waits until something holds; false when it does not within `patience`.
+bool eventually(const std::function<bool()> &holds,
+                std::chrono::milliseconds patience = std::chrono::seconds(10));
+
+class CameraProcess {
+public:
+    // Starts `vcam run` with these options, periods played as they come unless told otherwise, and
+    // waits until the daemon takes a stream (or, bare, until the board is there).
+    explicit CameraProcess(std::vector<std::string> options = {"--fast"});
+    CameraProcess(const CameraProcess &) = delete;
+    CameraProcess &operator=(const CameraProcess &) = delete;
+    ~CameraProcess();
+
+    const std::filesystem::path &dir() const { return dir_.path(); }
+    std::filesystem::path place(const std::string &cameraPath) const {
+        return dir_.path().string() + cameraPath;
+    }
+
+    // Runs a vcam command on this camera.
+    Finished vcam(std::vector<std::string> arguments) const;
+
+    // Everything that the daemon and the camera have written so far.
+    std::string output() const;
+    bool outputHolds(const std::string &text) const;
+
+    // A line of `vcam status`, without its label.
+    std::string status(const std::string &label) const;
+
+    // Interleaved samples in the loudspeaker's file.
+    std::vector<std::int16_t> heard() const;
+
+    // The daemon's process id, 0 when it does not run.
+    pid_t daemon() const;
+
+    // Sends a signal to the camera's process and returns the exit status of its end.
+    int end(int signal);
+    bool isReady() const;
+
+private:
+    TemporaryDirectory dir_;
+    std::string logFile_;
+    pid_t pid_ = 0;
+};
+
+// Places of the programs under test.
+std::string programPath(const std::string &name);

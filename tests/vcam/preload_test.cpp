@@ -1,0 +1,70 @@
+#include "tests/support/camera_process.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+namespace {
+
+TEST(Preload, IsReachedByEveryName) {
+    const CameraProcess camera({"--bare"});
+    for (const char *probe : {"preload_probe", "preload_probe_fortified", "preload_probe_64"}) {
+        const Finished finished = camera.vcam({"exec", programPath(probe)});
+        EXPECT_EQ("probe: 0 failures\n", finished.out) << probe << finished.err;
+        EXPECT_EQ(0, finished.status);
+    }
+    EXPECT_TRUE(eventually([&] {
+        std::ifstream log(camera.dir() / "messages");
+        std::string line;
+        return std::getline(log, line) && line == "<12>probe: the probe says 42";
+    }));
+}
+
+// Sockets are reached in directories whose names do not fit an address.
+TEST(Preload, ReachesDeepDirectories) {
+    const TemporaryDirectory top;
+    const std::filesystem::path deep = top.path() / std::string(120, 'd') / "camera";
+    std::filesystem::create_directories(deep.parent_path());
+    const std::string vcam = programPath("vcam");
+    const Finished refused = runProgram({vcam, "--dir", deep, "status"});
+    EXPECT_EQ(1, refused.status);
+    EXPECT_NE(std::string::npos, refused.err.find("no camera is running in "));
+    const Finished ran =
+        runProgram({"/bin/sh", "-c",
+                    vcam + " -d " + deep.string() + " run --bare & pid=$!; sleep 0.5; " + vcam +
+                        " -d " + deep.string() + " exec " + programPath("preload_probe") +
+                        "; kill -INT $pid; wait $pid"});
+    EXPECT_NE(std::string::npos, ran.out.find("probe: 0 failures\n")) << ran.out << ran.err;
+}
+
+// What the library defines, and what it calls: nothing may stand behind its own back.
+TEST(Preload, ExportsItsWrappersAndNothingElse) {
+    const Finished symbols =
+        runProgram({"/usr/bin/nm", "-D", "--defined-only",
+                    std::filesystem::path(programPath("")).parent_path().parent_path() / "lib" /
+                        "libvcam_board.so"});
+    ASSERT_EQ(0, symbols.status) << symbols.err;
+    std::set<std::string> defined;
+    std::istringstream lines(symbols.out);
+    for (std::string line; std::getline(lines, line);) {
+        defined.insert(line.substr(line.rfind(' ') + 1));
+    }
+    std::set<std::string> expected = {
+        "__open64_2", "__open_2",  "__read_chk", "__syslog_chk", "__vsyslog_chk", "access",
+        "bind",       "chmod",     "close",      "closelog",     "connect",       "dup",
+        "dup2",       "dup3",      "fcntl",      "fcntl64",      "fopen",         "fopen64",
+        "fstatat",    "fstatat64", "ftok",       "ioctl",        "lstat",         "lstat64",
+        "mkfifo",     "mmap",      "mmap64",     "open",         "open64",        "openat",
+        "openat64",   "openlog",   "read",       "remove",       "sleep",         "stat",
+        "stat64",     "syslog",    "unlink",     "vsyslog"};
+    if (sizeof(void *) == 4) {
+        expected.insert(
+            {"__fcntl_time64", "__fstatat64_time64", "__ioctl_time64", "__stat64_time64"});
+    }
+    EXPECT_EQ(expected, defined);
+}
+
+} // namespace
