@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -66,7 +67,7 @@ TEST_F(G711Test, DecodesByTheLawAnnouncedLast) {
 
 TEST_F(G711Test, TellsOfTheLawAsANumber) {
     unsigned char packet[64] = {};
-    std::memcpy(packet + 44, "ULAW", 4);
+    std::copy_n("ULAW", 4, packet + 44);
     packet[48] = 3;
     const std::string out = outputOf([&] { ops_.setCodecInfo(handle(), packet); });
     EXPECT_EQ("[voxo] src/voxo_g711:#: Recv CI of G.711 with 1463897173 law, 3 channel\n",

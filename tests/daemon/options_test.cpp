@@ -2,6 +2,7 @@
 
 #include "src/voxo/context.h"
 #include "tests/support/captured.h"
+#include "vcam/cli/environment.h"
 
 #include <gtest/gtest.h>
 
@@ -20,11 +21,7 @@ Parsed parse(std::vector<std::string> arguments) {
     voxoContext = {};
     pidFilePath[0] = '\0';
     arguments.insert(arguments.begin(), "voxo");
-    std::vector<char *> argv;
-    for (std::string &argument : arguments) {
-        argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
+    const std::vector<char *> argv = argumentsOf(arguments);
     Parsed parsed = {};
     parsed.daemonFlag = 7;
     parsed.errors = errorsOf([&] {

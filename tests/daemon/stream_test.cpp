@@ -72,7 +72,8 @@ TEST_F(StreamTest, PlaysWhatAnIndependentDecoderHears) {
         flush();
         const Samples expected = lawDecode(all, law);
         // What the law before left in the buffer comes first.
-        const std::size_t skip = law == Law::a ? 0 : heard().size() - 2 * (50 + 3) * 640;
+        const std::size_t skip =
+            law == Law::a ? 0 : heard().size() - std::size_t{2} * (50 + 3) * 640;
         ASSERT_GE(heard().size(), skip + 2 * expected.size());
         for (std::size_t i = 0; i < expected.size(); ++i) {
             ASSERT_EQ(expected[i], heard()[skip + 2 * i]) << i;

@@ -24,7 +24,7 @@ protected:
         TestFrame frame(2 * points, AUDIO_SOUND_MODE_MONO);
         for (std::uint32_t i = 0; i < points; ++i) {
             const auto sample = static_cast<std::int16_t>(played_++ * 8);
-            std::memcpy(frame.left.data() + 2 * i, &sample, 2);
+            std::memcpy(frame.left.data() + std::size_t{2} * i, &sample, 2);
         }
         return HI_MPI_AO_SendFrame(0, 0, &frame.frame, 0);
     }

@@ -80,7 +80,7 @@ struct TestFrame {
 inline std::vector<unsigned char> periodOf(const void *record, std::uint32_t k) {
     std::uint32_t address = 0;
     std::uint32_t length = 0;
-    std::memcpy(&address, static_cast<const char *>(record) + 8 + 4 * k, 4);
+    std::memcpy(&address, static_cast<const char *>(record) + 8 + std::size_t{4} * k, 4);
     std::memcpy(&length, static_cast<const char *>(record) + 36, 4);
     const auto *const data =
         reinterpret_cast<const unsigned char *>(static_cast<std::uintptr_t>(address));

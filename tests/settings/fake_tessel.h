@@ -3,6 +3,8 @@
 
 #include "base/unique_fd.h"
 
+#include <gtest/gtest.h>
+
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -21,10 +23,11 @@ public:
         std::filesystem::create_directories(dir / "tmp");
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
+        std::filesystem::remove(dir / "tmp/tessel");
         (dir / "tmp/tessel").string().copy(address.sun_path, sizeof address.sun_path - 1);
-        unlink(address.sun_path);
-        ::bind(socket_.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
-        ::listen(socket_.get(), 8);
+        EXPECT_EQ(
+            0, ::bind(socket_.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address));
+        EXPECT_EQ(0, ::listen(socket_.get(), 8));
         thread_ = std::thread([this] {
             for (;;) {
                 const UniqueFd connection(accept(socket_.get(), nullptr, nullptr));

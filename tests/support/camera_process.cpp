@@ -1,5 +1,7 @@
 #include "tests/support/camera_process.h"
 
+#include "vcam/cli/environment.h"
+
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -14,15 +16,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-std::vector<char *> argumentsOf(const std::vector<std::string> &command) {
-    std::vector<char *> arguments;
-    for (const std::string &argument : command) {
-        arguments.push_back(const_cast<char *>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-    return arguments;
-}
 
 std::string contentsOf(const fs::path &file) {
     std::ifstream in(file);

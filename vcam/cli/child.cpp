@@ -1,6 +1,7 @@
 #include "vcam/cli/child.h"
 
 #include "vcam/camera/camera.h"
+#include "vcam/cli/environment.h"
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -13,15 +14,6 @@
 namespace {
 
 constexpr int cannotExecute = 127;
-
-std::vector<char *> argumentsOf(const std::vector<std::string> &command) {
-    std::vector<char *> arguments;
-    for (const std::string &argument : command) {
-        arguments.push_back(const_cast<char *>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-    return arguments;
-}
 
 timespec timeLeft(std::chrono::steady_clock::time_point deadline) {
     const auto left = std::max(deadline - std::chrono::steady_clock::now(),

@@ -28,7 +28,7 @@ std::string sanitizerLibrary() {
 
 fs::path besideThisProgram(const fs::path &file) {
     const fs::path program = fs::read_symlink("/proc/self/exe");
-    const fs::path found = program.parent_path().parent_path() / file;
+    fs::path found = program.parent_path().parent_path() / file;
     if (!fs::exists(found)) {
         throw CameraError("not found: " + found.string());
     }
@@ -47,4 +47,14 @@ void enterBoard(const CameraDir &dir) {
     }
     setenv("LD_PRELOAD", preload.c_str(), 1);
     setenv(cameraDirVariable, dir.path().c_str(), 1);
+}
+
+std::vector<char *> argumentsOf(const std::vector<std::string> &command) {
+    std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
+    for (const std::string &argument : command) {
+        arguments.push_back(const_cast<char *>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+    return arguments;
 }

@@ -3,8 +3,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
+#include <exception>
 #include <functional>
-#include <iostream>
 
 namespace {
 
@@ -48,9 +49,7 @@ void addClip(CLI::App &app, std::string &file, std::function<int()> &command,
     stop->callback([&] { command = [&] { return stopClip(CameraDir(dir)); }; });
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
+int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
     app.require_subcommand(1);
@@ -100,10 +99,16 @@ int main(int argc, char **argv) {
         [&] { command = [&, exec] { return execOnCamera(CameraDir(dir), exec->remaining()); }; });
 
     CLI11_PARSE(app, argc, argv);
+    return command();
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
     try {
-        return command();
+        return run(argc, argv);
     } catch (const std::exception &error) {
-        std::cerr << "vcam: " << error.what() << '\n';
+        std::fprintf(stderr, "vcam: %s\n", error.what());
         return 1;
     }
 }

@@ -71,11 +71,13 @@ int controlFile(int fd, int command, void *argument) {
 } // namespace
 
 // Takes the optional last argument of a call.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define OPTIONAL_ARGUMENT(type, last, name)                                                        \
     va_list arguments;                                                                             \
     va_start(arguments, last);                                                                     \
     const auto name = va_arg(arguments, type);                                                     \
     va_end(arguments)
+// NOLINTEND(bugprone-macro-parentheses)
 
 #define OPTIONAL_MODE(flags)                                                                       \
     mode_t mode = 0;                                                                               \

@@ -9,10 +9,12 @@ WavSpeaker::WavSpeaker(std::filesystem::path path) : path_(std::move(path)) {
 }
 
 void WavSpeaker::play(const PlayFormat &format, std::span<const std::int32_t> samples) {
-    if (!file_ || format != format_) {
+    if (file_ == nullptr || format != format_) {
         open(format);
     }
-    file_.write(samples.data(), static_cast<sf_count_t>(samples.size()));
+    if (file_ != nullptr) {
+        sf_write_int(file_.get(), samples.data(), static_cast<sf_count_t>(samples.size()));
+    }
 }
 
 void WavSpeaker::open(const PlayFormat &format) {
@@ -22,8 +24,12 @@ void WavSpeaker::open(const PlayFormat &format) {
                               path_.extension().string());
     }
     format_ = format;
-    file_ = SndfileHandle(path.string(), SFM_WRITE,
-                          SF_FORMAT_WAV | (format.bits == 24 ? SF_FORMAT_PCM_24 : SF_FORMAT_PCM_16),
-                          static_cast<int>(format.channels), static_cast<int>(format.rate));
-    file_.command(SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
+    SF_INFO info = {};
+    info.samplerate = static_cast<int>(format.rate);
+    info.channels = static_cast<int>(format.channels);
+    info.format = SF_FORMAT_WAV | (format.bits == 24 ? SF_FORMAT_PCM_24 : SF_FORMAT_PCM_16);
+    file_.reset(sf_open(path.c_str(), SFM_WRITE, &info));
+    if (file_ != nullptr) {
+        sf_command(file_.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
+    }
 }

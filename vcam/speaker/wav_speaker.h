@@ -3,9 +3,10 @@
 
 #include "vcam/speaker/dac.h"
 
-#include <sndfile.hh>
+#include <sndfile.h>
 
 #include <filesystem>
+#include <memory>
 
 // The file is valid whenever it is looked at: each period is whole in it, header and data, before
 // the next one comes. The samples are those in front of the volume and mute controls, the first
@@ -20,8 +21,12 @@ public:
 private:
     void open(const PlayFormat &format);
 
+    struct FileCloser {
+        void operator()(SNDFILE *file) const { sf_close(file); }
+    };
+
     std::filesystem::path path_;
     int files_ = 0;
     PlayFormat format_ = {};
-    SndfileHandle file_;
+    std::unique_ptr<SNDFILE, FileCloser> file_;
 };

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int keyProject = 'c';
-constexpr std::size_t segmentSize = 64 * 1024;
+constexpr std::size_t segmentSize = 65536;
 constexpr int accessMode = 0600;
 constexpr int keyTries = 100;
 

@@ -134,10 +134,10 @@ std::string Tessel::answer(const std::string &request) {
 std::string Tessel::answerShow() const {
     std::string reply;
     for (const auto &[key, setting] : store_.settings()) {
-        reply += key + '=' + store_.get(key).value_or("") + '\n';
+        reply.append(key).append("=").append(store_.get(key).value_or("")).append("\n");
     }
     for (const auto &[key, value] : store_.states()) {
-        reply += key + '=' + value + '\n';
+        reply.append(key).append("=").append(value).append("\n");
     }
     return reply;
 }

@@ -117,8 +117,7 @@ std::int32_t SYS_BIND_RegisterSender(const BIND_SENDER_S *sender) {
         return ERR_SYS_NOMEM;
     }
     module->notify = sender->pfnNotify;
-    bindTables.senders[module->modId] = module.get();
-    module.release();
+    bindTables.senders[sender->u32ModId] = module.release();
     return 0;
 }
 
@@ -140,8 +139,7 @@ std::int32_t SYS_BIND_RegisterReceiver(const BIND_RECEIVER_S *receiver) {
     }
     module->receive = receiver->pfnReceive;
     module->reset = receiver->pfnReset;
-    bindTables.receivers[module->modId] = module.get();
-    module.release();
+    bindTables.receivers[receiver->u32ModId] = module.release();
     return 0;
 }
 

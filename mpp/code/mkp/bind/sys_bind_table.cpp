@@ -43,7 +43,7 @@ bool bindGrowSendList(std::uint32_t modId, std::uint32_t count) {
     if (list.records != nullptr && list.count >= count) {
         return true;
     }
-    auto **const records = static_cast<BIND_DEST_S **>(std::calloc(count, sizeof(BIND_DEST_S *)));
+    auto **const records = static_cast<BIND_DEST_S **>(std::calloc(count, sizeof(void *)));
     if (records == nullptr) {
         return false;
     }

@@ -16,10 +16,10 @@ struct AoEngine {
 namespace {
 
 template <typename Sample>
-Sample sampleAt(const void *samples, std::uint32_t index) {
+std::int32_t sampleAt(const void *samples, std::uint32_t index) {
     Sample sample = 0;
     std::memcpy(&sample, static_cast<const Sample *>(samples) + index, sizeof sample);
-    return sample;
+    return std::int32_t{sample};
 }
 
 // Between two samples, `phase` parts of `whole` from the first.
