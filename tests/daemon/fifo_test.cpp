@@ -74,9 +74,8 @@ protected:
 };
 
 TEST_F(FifoTest, ObeysControlMessages) {
-    std::vector<std::string> requests;
-    const FakeTessel tessel(dir_.path(),
-                            [&](int fd) { requests.push_back(FakeTessel::receive(fd)); });
+    Requests requests;
+    const FakeTessel tessel(dir_.path(), [&](int fd) { requests.add(FakeTessel::receive(fd)); });
     EXPECT_EQ("Get control message!!\nGet start!!\n", outputFor(control(start)));
     EXPECT_EQ(1, clipStart);
     EXPECT_EQ("Get control message!!\n", outputFor(control(other)));
@@ -88,7 +87,7 @@ TEST_F(FifoTest, ObeysControlMessages) {
     EXPECT_EQ(1U, device().callsOf(0x0000580C).size()); // the output is cleared
     EXPECT_EQ("Get control message!!\nGet stop!!\n", outputFor(control(stop)));
     const std::string report = "set NameValue 99 0 0\nstatus_audioclip_playing=0";
-    EXPECT_EQ((std::vector<std::string>{report, report}), requests);
+    EXPECT_EQ((std::vector<std::string>{report, report}), requests.all());
     // More entries than there is room for.
     std::string many;
     for (int i = 0; i < 15; ++i) {
@@ -169,25 +168,29 @@ TEST_F(FifoTest, ReportsWhatItCannotParse) {
 }
 
 TEST_F(FifoTest, AsksForTwoWayAudio) {
-    std::vector<std::string> requests;
-    std::string status = "0";
-    const FakeTessel tessel(dir_.path(), [&](int fd) {
-        requests.push_back(FakeTessel::receive(fd));
-        send(fd, status.data(), status.size(), MSG_NOSIGNAL);
-    });
-    clipStart = 1;
-    EXPECT_EQ("i2WayAudioStatus = 0\n", outputOf([] { EXPECT_EQ(0, voxoCheck2WayAudio()); }));
-    EXPECT_EQ(1, clipStart);
-    status = "1\n";
-    EXPECT_EQ("i2WayAudioStatus = 1\n2-way audio in progress\n",
-              outputOf([] { EXPECT_EQ(1, voxoCheck2WayAudio()); }));
-    EXPECT_EQ(0, clipStart);
+    // What the daemon says when it is answered this, and what it asks.
+    const auto check = [&](const std::string &status, std::vector<std::string> expected) {
+        Requests requests;
+        std::string out;
+        {
+            const FakeTessel tessel(dir_.path(), [&](int fd) {
+                requests.add(FakeTessel::receive(fd));
+                send(fd, status.data(), status.size(), MSG_NOSIGNAL);
+            });
+            out = outputOf([] { voxoCheck2WayAudio(); });
+        }
+        EXPECT_EQ(expected, requests.all());
+        return out;
+    };
     const std::string query = "get Value 99 0\nstatus_onlinenum_sip";
-    EXPECT_EQ((std::vector<std::string>{query, query,
-                                        "set NameValue 99 0 0\nstatus_audioclip_playing=0"}),
-              requests);
-    status = std::string(300, '1'); // too long to be one
-    outputOf([] { voxoCheck2WayAudio(); });
+    clipStart = 1;
+    EXPECT_EQ("i2WayAudioStatus = 0\n", check("0", {query}));
+    EXPECT_EQ("i2WayAudioStatus = 0\n", check("", {query}));
+    EXPECT_EQ(1, clipStart);
+    EXPECT_EQ("i2WayAudioStatus = 1\n2-way audio in progress\n",
+              check("1\n", {query, "set NameValue 99 0 0\nstatus_audioclip_playing=0"}));
+    EXPECT_EQ(0, clipStart);
+    check(std::string(300, '2'), {query}); // too long to be one
 }
 
 TEST_F(FifoTest, MakesTheFifoOrReusesIt) {

@@ -14,6 +14,11 @@
 
 namespace {
 
+// Sets the flag as a signal handler does, which is no thread's doing.
+[[gnu::no_sanitize_thread]] void requestQuit() {
+    quitRequested = 1;
+}
+
 class LoopTest : public DaemonTest {
 protected:
     LoopTest() {
@@ -44,7 +49,7 @@ TEST_F(LoopTest, AllocatesNothingBetweenTheFirstRecordAndTheEnd) {
         while (played < 199) {
             std::this_thread::yield();
         }
-        voxoSignalHandler(SIGTERM);
+        requestQuit();
         send(sender_.get(), "", 0, 0); // ends the wait
     });
     const Captured quiet;
@@ -61,7 +66,7 @@ TEST_F(LoopTest, WakesOnceASecondAndLeavesTheDriverAlone) {
     device().clearCalls();
     std::thread clock([] {
         std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-        voxoSignalHandler(SIGINT);
+        requestQuit();
     });
     const auto before = std::chrono::steady_clock::now();
     voxoMainLoop(&voxoContext);
@@ -106,6 +111,20 @@ TEST_F(ProcessTest, OwnsItsPidFileWhileItHoldsItsId) {
               errorsOf([] { EXPECT_EQ(-1, voxoCreatePidFile()); }));
     pidFilePath[0] = '\0';
     EXPECT_EQ("", errorsOf([] { EXPECT_EQ(0, voxoCreatePidFile()); }));
+}
+
+TEST(SignalHandler, OnlySetsFlags) {
+    quitRequested = 0;
+    reloadVolume = 0;
+    voxoSignalHandler(SIGHUP);
+    EXPECT_EQ(1, reloadVolume);
+    EXPECT_EQ(0, quitRequested);
+    for (const int signal : {SIGTERM, SIGINT}) {
+        quitRequested = 0;
+        voxoSignalHandler(signal);
+        EXPECT_EQ(1, quitRequested);
+    }
+    reloadVolume = 0;
 }
 
 volatile std::sig_atomic_t signals;

@@ -12,8 +12,27 @@
 #include <atomic>
 #include <filesystem>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
+
+// What a daemon's thread has been told, for the test's own thread.
+class Requests {
+public:
+    void add(const std::string &request) {
+        const std::lock_guard guard(mutex_);
+        all_.push_back(request);
+    }
+    std::vector<std::string> all() const {
+        const std::lock_guard guard(mutex_);
+        return all_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> all_;
+};
 
 // Answers each connection to <dir>/tmp/tessel by a function of its descriptor.
 class FakeTessel {

@@ -63,10 +63,12 @@ void ScriptedDevice::reset() {
 
 void ScriptedDevice::answerAsDriver() {
     answers_[setPubAttr] = [this](void *record) {
+        const std::lock_guard attributesGuard(mutex_);
         std::memcpy(attributes_.data(), record, attributes_.size());
         return 0;
     };
     answers_[getPubAttr] = [this](void *record) {
+        const std::lock_guard attributesGuard(mutex_);
         std::memcpy(record, attributes_.data(), attributes_.size());
         return 0;
     };
@@ -80,6 +82,7 @@ void ScriptedDevice::answerAsDriver() {
 }
 
 int ScriptedDevice::allocateBlock(void *record) {
+    const std::lock_guard guard(mutex_);
     const std::uint32_t phys = nextPhys_;
     nextPhys_ += zoneBlockSize;
     blocks_[phys] = lowMemory(zoneBlockSize);
@@ -88,6 +91,7 @@ int ScriptedDevice::allocateBlock(void *record) {
 }
 
 int ScriptedDevice::mapBlock(void *record) {
+    const std::lock_guard guard(mutex_);
     const auto found = blocks_.find(wordOf(record, 0));
     if (found == blocks_.end()) {
         return -1;
@@ -98,6 +102,7 @@ int ScriptedDevice::mapBlock(void *record) {
 }
 
 int ScriptedDevice::freeBlock(const void *record) {
+    const std::lock_guard guard(mutex_);
     const auto found = blocks_.find(wordOf(record, 0));
     if (found == blocks_.end()) {
         return -1;
