@@ -31,7 +31,7 @@ std::int32_t audioout_write(std::int32_t aoDevId, std::int32_t aoChn, const void
         return 0;
     }
     AUDIOOUT_REPORT_TEXT("hi3516a_ao_pcm_write failed");
-    if (hi3516a_ao_frmPt_check(aoDevId, iFrameSize) == 0) {
+    if (hi3516a_ao_frmPt_check(aoDevId, iFrameSize) == 0 && !hi3516a_ao_is_reopen_pending()) {
         return -1;
     }
     AUDIOOUT_REPORT_TEXT("reset hi3516a ao attribute");

@@ -13,7 +13,7 @@ unsigned char *buffers[2];
 bool channelBuffersAllocate() {
     for (unsigned char *&buffer : buffers) {
         if (buffer == nullptr) {
-            buffer = static_cast<unsigned char *>(std::malloc(HI3516A_AO_CHN_BUFFER_SIZE));
+            buffer = static_cast<unsigned char *>(std::calloc(1, HI3516A_AO_CHN_BUFFER_SIZE));
         }
         if (buffer == nullptr) {
             channelBuffersFree();

@@ -29,6 +29,9 @@ constexpr std::int32_t supportedRates[] = {8000,  11025, 12000, 16000, 22050,
                                            24000, 32000, 44100, 48000};
 constexpr std::int32_t supportedBits[] = {8, 16, 24}; // by the platform's bit-width code
 
+// A reset has closed the output and could not open it again.
+bool reopenPending = false;
+
 void waitForVideoSide() {
     struct stat status = {};
     for (int look = 1; stat(videoPidPath, &status) != 0 && look < videoLooks; ++look) {
@@ -59,7 +62,8 @@ std::int32_t bitsOf(const AIO_ATTR_S &attr) {
     return attr.enBitwidth < std::size(supportedBits) ? supportedBits[attr.enBitwidth] : 0;
 }
 
-// Points of a block on a device of these attributes, or -1 when they make no sense.
+// Points of a block on a device of these attributes; below 1 when it has none or they make no
+// sense.
 std::int32_t pointsOf(const AIO_ATTR_S &attr, std::int32_t bytes) {
     const auto pointBytes =
         static_cast<std::int32_t>(static_cast<std::uint32_t>(bitsOf(attr) / 8) * attr.u32ChnCnt);
@@ -147,6 +151,7 @@ std::int32_t hi3516a_ao_open(std::int32_t aoDevId, std::int32_t aoChn) {
         AUDIOOUT_REPORT_TEXT("malloc channel buffer failed");
         return -1;
     }
+    reopenPending = false;
     return 0;
 }
 
@@ -163,6 +168,7 @@ std::int32_t hi3516a_ao_close(std::int32_t aoDevId, std::int32_t aoChn) {
         return -1;
     }
     channelBuffersFree();
+    reopenPending = false;
     return 0;
 }
 
@@ -217,8 +223,8 @@ std::int32_t hi3516a_ao_frmPt_check(std::int32_t aoDevId, std::int32_t bytes) {
         return -1;
     }
     const std::int32_t points = pointsOf(attr, bytes);
-    if (points != static_cast<std::int32_t>(attr.u32PtNumPerFrm)) {
-        AUDIOOUT_REPORT("ao's PtNumPerFrm(%d) is non match framesize(%d)\n",
+    if (points < 0 || static_cast<std::uint32_t>(points) != attr.u32PtNumPerFrm) {
+        AUDIOOUT_REPORT(" ao's PtNumPerFrm(%d) is non match framesize(%d)\n",
                         static_cast<int>(attr.u32PtNumPerFrm), points);
         return -1;
     }
@@ -233,10 +239,15 @@ std::int32_t hi3516a_ao_pcm_reset(std::int32_t aoDevId, std::int32_t aoChn, std:
         return -1;
     }
     const std::int32_t points = pointsOf(attr, bytes);
+    if (points < 1) {
+        AUDIOOUT_REPORT_TEXT("block is no frame of the device");
+        return -1;
+    }
     if (hi3516a_ao_close(aoDevId, aoChn) != 0) {
         AUDIOOUT_REPORT_TEXT("hi3516a_ao_close failed");
         return -1;
     }
+    reopenPending = true;
     if (hi3516a_ao_init_cfg(aoDevId, static_cast<std::int32_t>(attr.enSamplerate), bitsOf(attr),
                             points) != 0) {
         AUDIOOUT_REPORT_TEXT("hi3516a_ao_init_cfg failed");
@@ -247,4 +258,8 @@ std::int32_t hi3516a_ao_pcm_reset(std::int32_t aoDevId, std::int32_t aoChn, std:
         return -1;
     }
     return 0;
+}
+
+bool hi3516a_ao_is_reopen_pending() {
+    return reopenPending;
 }

@@ -21,23 +21,26 @@ struct Sample24 {
 };
 static_assert(sizeof(Sample24) == 3);
 
-// Deals the samples out in turn: the first to `even`, the next to `odd`. The loop is typed by the
-// sample's width, so that the compiler can make the most of it.
+// Deals the samples out in turn: the first to `even`, the next to `odd`; a block that ends inside a
+// sample gives what it has of it. The loop is typed by the sample's width, so that the compiler can
+// make the most of it.
 template <typename Sample>
-void split(const void *block, std::uint32_t samples, void *even, void *odd) {
+void split(const void *block, std::uint32_t bytes, void *even, void *odd) {
     const auto *const from = static_cast<const unsigned char *>(block);
     auto *const toEven = static_cast<Sample *>(even);
     auto *const toOdd = static_cast<Sample *>(odd);
-    const std::uint32_t pairs = samples / 2;
+    const auto pairs = bytes / static_cast<std::uint32_t>(2 * sizeof(Sample));
     for (std::uint32_t i = 0; i < pairs; ++i) {
         Sample pair[2];
         std::memcpy(pair, from + std::size_t{i} * sizeof pair, sizeof pair);
         toEven[i] = pair[0];
         toOdd[i] = pair[1];
     }
-    if (samples % 2 != 0) {
-        std::memcpy(toEven + pairs, from + std::size_t{pairs} * 2 * sizeof(Sample), sizeof(Sample));
-    }
+    const unsigned char *const rest = from + std::size_t{pairs} * 2 * sizeof(Sample);
+    const std::size_t restBytes = bytes % (2 * sizeof(Sample));
+    const std::size_t restOfEven = std::min(restBytes, sizeof(Sample));
+    std::memcpy(toEven + pairs, rest, restOfEven);
+    std::memcpy(toOdd + pairs, rest + restOfEven, restBytes - restOfEven);
 }
 
 void splitSamples(const void *block, std::uint32_t bytes, std::uint32_t sampleBytes) {
@@ -48,26 +51,27 @@ void splitSamples(const void *block, std::uint32_t bytes, std::uint32_t sampleBy
         split<std::uint8_t>(block, bytes, even, odd);
         break;
     case 2:
-        split<std::int16_t>(block, bytes / 2, even, odd);
+        split<std::int16_t>(block, bytes, even, odd);
         break;
     default:
-        split<Sample24>(block, bytes / 3, even, odd);
+        split<Sample24>(block, bytes, even, odd);
         break;
     }
 }
 
-// Bytes that the larger share of the block takes in a channel buffer.
-std::uint32_t largestShare(std::uint32_t bytes, std::uint32_t sampleBytes, std::uint32_t channels) {
-    if (channels <= 1) {
+// Bytes that the larger share of the block takes in a channel buffer, whole samples.
+std::uint32_t largestShare(std::uint32_t bytes, std::uint32_t sampleBytes, std::int32_t channels) {
+    if (channels == 1) {
         return bytes;
     }
-    return (bytes / sampleBytes + 1) / 2 * sampleBytes;
+    const std::uint32_t pairBytes = 2 * sampleBytes;
+    return (bytes / pairBytes + (bytes % pairBytes != 0 ? 1 : 0)) * sampleBytes;
 }
 
-AUDIO_FRAME_S makeFrame(const AIO_ATTR_S &attr, std::uint32_t length) {
+AUDIO_FRAME_S makeFrame(std::uint32_t width, std::int32_t channels, std::uint32_t length) {
     AUDIO_FRAME_S frame = {};
-    frame.enBitwidth = attr.enBitwidth;
-    frame.enSoundmode = attr.u32ChnCnt > 1 ? AUDIO_SOUND_MODE_STEREO : AUDIO_SOUND_MODE_MONO;
+    frame.enBitwidth = width;
+    frame.enSoundmode = channels > 1 ? AUDIO_SOUND_MODE_STEREO : AUDIO_SOUND_MODE_MONO;
     frame.pVirAddr[0] = channelBuffer(0);
     frame.pVirAddr[1] = channelBuffer(1);
     frame.u64TimeStamp = timeStamp;
@@ -91,22 +95,23 @@ std::int32_t hi3516a_ao_pcm_write(std::int32_t aoDevId, std::int32_t aoChn, cons
         return -1;
     }
     const std::uint32_t sampleBytes = attr.enBitwidth + 1;
-    const auto size = static_cast<std::uint32_t>(bytes);
-    const std::uint32_t length = size / std::max(attr.u32ChnCnt, 1U);
+    const std::int32_t channels = std::max(static_cast<std::int32_t>(attr.u32ChnCnt), 1);
+    const auto size = static_cast<std::uint32_t>(std::max(bytes, 0));
     if (channelBuffer(0) == nullptr || channelBuffer(1) == nullptr) {
         AUDIOOUT_REPORT_TEXT("no channel buffer, the output is not open");
         return -1;
     }
-    if (largestShare(size, sampleBytes, attr.u32ChnCnt) > bufferSize) {
+    if (largestShare(size, sampleBytes, channels) > bufferSize) {
         AUDIOOUT_REPORT_TEXT("block does not fit the channel buffers");
         return -1;
     }
-    if (attr.u32ChnCnt <= 1) {
-        std::memcpy(channelBuffer(0), block, length);
+    if (channels == 1) {
+        std::memcpy(channelBuffer(0), block, size);
     } else {
         splitSamples(block, size, sampleBytes);
     }
-    const AUDIO_FRAME_S frame = makeFrame(attr, length);
+    const AUDIO_FRAME_S frame =
+        makeFrame(attr.enBitwidth, channels, static_cast<std::uint32_t>(bytes / channels));
     error = HI_MPI_AO_SendFrame(device, static_cast<std::uint32_t>(aoChn), &frame, sendMilliSec);
     if (error != 0) {
         AUDIOOUT_REPORT_ERROR("HI_MPI_AO_SendFrame failed", error);

@@ -234,6 +234,7 @@ TEST_F(AudioOutTest, SplitsEveryWidth) {
         });
         EXPECT_EQ(0, audioout_write(0, 0, block.data(), static_cast<int>(block.size())));
         EXPECT_EQ(0, audioout_write(0, 0, block.data(), static_cast<int>(block.size())));
+        device().answer(sendCommand, 0);
         ASSERT_GE(heard[0].size(), 4U);
         for (std::size_t i = 0; i + sample <= heard[0].size(); i += sample) {
             EXPECT_EQ(block.substr(2 * i, sample), heard[1].substr(i, sample)) << width;
@@ -251,7 +252,7 @@ TEST_F(AudioOutTest, ReopensForABlockOfAnotherSize) {
               reports([&] { return audioout_write(0, 0, block.data(), 2560); }, -1));
     EXPECT_EQ("hi3516a_ao_pcm_write: HI_MPI_AO_SendFrame failed - ErrCode(  a0168009)\n"
               "audioout_write: hi3516a_ao_pcm_write failed\n"
-              "hi3516a_ao_frmPt_check: ao's PtNumPerFrm(640) is non match framesize(512)\n"
+              "hi3516a_ao_frmPt_check:  ao's PtNumPerFrm(640) is non match framesize(512)\n"
               "audioout_write: reset hi3516a ao attribute\n",
               reports([&] { return audioout_write(0, 0, block.data(), 2048); }, -1));
     EXPECT_EQ(512U, points());
@@ -266,6 +267,51 @@ TEST_F(AudioOutTest, ReopensForABlockOfAnotherSize) {
         << text;
 }
 
+// What a reset leaves closed is opened again by the next block, even one of the size that the
+// attributes already have.
+TEST_F(AudioOutTest, OpensAgainAfterAFailedReset) {
+    ASSERT_EQ(0, open());
+    const std::vector<char> block(2560);
+    bool ready = false;
+    device().answer(0x8004581B, [&ready](void *record) {
+        *static_cast<std::uint32_t *>(record) = ready ? 1 : 0;
+        return 0;
+    });
+    device().answer(0x00005806, -1);
+    EXPECT_NE(std::string::npos,
+              reports([&] { return audioout_write(0, 0, block.data(), 2048); }, -1)
+                  .find("audioout_write: hi3516a_ao_pcm_reset failed\n"));
+    ready = true;
+    device().answer(0x00005806, 0);
+    ASSERT_EQ(512U, points());
+    reports([&] { return audioout_write(0, 0, block.data(), 2048); }, -1);
+    EXPECT_EQ("", reports([&] { return audioout_write(0, 0, block.data(), 2048); }, 0));
+}
+
+// A block that ends inside a sample gives what it has, and no byte beyond it.
+TEST_F(AudioOutTest, SplitsAPartialSample) {
+    ASSERT_EQ(0, open());
+    const AIO_ATTR_S attr = {8000, 1, 0, 1, 1, 30, 2, 2, 0};
+    ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
+    ASSERT_EQ(0, HI_MPI_AO_ClearChnBuf(0, 0));
+    const std::vector<unsigned char> block = {1, 2, 3, 4,  5, 6,
+                                              7, 8, 9, 10, 11}; // odd has one byte more
+    std::string heard[2];
+    device().answer(sendCommand, [&](void *record) {
+        const auto *const words = static_cast<const std::uint32_t *>(record);
+        for (int k = 0; k < 2; ++k) {
+            heard[k].append(
+                reinterpret_cast<const char *>(static_cast<std::uintptr_t>(words[2 + k])),
+                words[9]);
+        }
+        return 0;
+    });
+    EXPECT_EQ(0, audioout_write(0, 0, block.data(), 11)); // 5 bytes a channel
+    EXPECT_EQ(0, audioout_write(0, 0, block.data(), 11));
+    EXPECT_EQ("\1\2\5\6", heard[1].substr(0, 4));
+    EXPECT_EQ("\3\4\7\10", heard[0].substr(0, 4));
+}
+
 TEST_F(AudioOutTest, RefusesBlocksThatCannotBe) {
     const std::vector<char> block(40000);
     const auto write = [&](std::int32_t size) {
@@ -278,6 +324,14 @@ TEST_F(AudioOutTest, RefusesBlocksThatCannotBe) {
     EXPECT_TRUE(device().calls().empty());
     EXPECT_NE(std::string::npos,
               reports(write(32770), -1).find("block does not fit the channel buffers\n"));
+    for (const std::int32_t size : {-1, -4, INT32_MIN}) {
+        EXPECT_NE(-1, hi3516a_ao_pcm_reset(0, 0, 2560)) << size;
+        device().clearCalls();
+        hi3516a_ao_pcm_write(0, 0, block.data(), size);
+        EXPECT_TRUE(device().callsOf(sendCommand).empty());
+        EXPECT_EQ("hi3516a_ao_pcm_reset: block is no frame of the device\n",
+                  reports([size] { return hi3516a_ao_pcm_reset(0, 0, size); }, -1));
+    }
     ASSERT_EQ(0, audioout_close(0, 0));
     EXPECT_NE(std::string::npos, reports(write(2560), -1).find("the output is not open\n"));
     // Attributes that make no sense.
