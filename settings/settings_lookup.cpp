@@ -54,7 +54,7 @@ SettingsLookup settingsLookUp(SettingsTree tree, const char *key, char *buffer,
     if (!findValue(tree, key, &value) || !tree.copyText(value.text, buffer, room, &length)) {
         return SettingsLookup::failed;
     }
-    const bool onDemand = length == 0 && isFetchedOnDemand(tree, value);
+    const bool onDemand = room > 0 && length == 0 && isFetchedOnDemand(tree, value);
     if (tree.isBroken()) {
         return SettingsLookup::failed;
     }

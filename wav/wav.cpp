@@ -28,8 +28,9 @@ void freeFile(WAV_FILE *wav) {
 }
 
 bool openNamed(WAV_FILE *wav) {
-    // Without O_NONBLOCK a path that names a pipe would hold the caller until a writer comes.
-    wav->descriptor = open(wav->name, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    // Without O_NONBLOCK a path that names a pipe would hold the caller until a writer comes, and
+    // without O_NOCTTY one that names a terminal could make it the daemon's.
+    wav->descriptor = open(wav->name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (wav->descriptor < 0) {
         std::printf("[wav] : Open %s fail.\n", wav->name);
         return false;

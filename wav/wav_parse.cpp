@@ -115,7 +115,7 @@ bool parseRiffHeader(WAV_FILE *wav, std::uint64_t fileSize) {
     if (!readNumber(wav, 4, &size) || appendChunk(wav, WAV_CHUNK_RIFF, size, 0) == nullptr) {
         return false;
     }
-    if (fileSize < padded(size) + chunkHeaderSize) {
+    if (fileSize < padded(size) + chunkHeaderSize || padded(size) > widestOffset) {
         std::puts("[wav] : Header or data is corrupted?");
         return false;
     }
@@ -166,6 +166,10 @@ bool extendFmtChunk(const WAV_FILE *wav, std::uint64_t offset, std::uint64_t *si
     return true;
 }
 
+void reportLastChunk() {
+    std::puts("[wav] : Last chunk is corrupted?");
+}
+
 bool parseChunk(WAV_FILE *wav, std::uint32_t id, std::uint64_t *offset) {
     std::uint32_t type = 0;
     std::uint32_t sizeField = 0;
@@ -182,6 +186,11 @@ bool parseChunk(WAV_FILE *wav, std::uint32_t id, std::uint64_t *offset) {
             return false;
         }
         setSize(chunk, size);
+    }
+    // A body that begins or whose padded size lies past 32 bits cannot be recorded.
+    if (*offset + chunkHeaderSize > widestOffset || padded(size) > widestOffset) {
+        reportLastChunk();
+        return false;
     }
     *offset += chunkHeaderSize + padded(size);
     return true;
@@ -206,7 +215,7 @@ bool listChunks(WAV_FILE *wav, std::uint64_t fileSize) {
     // Past the widest offset a chunk cannot be recorded, so a file that goes on there is no better
     // than one that ends too soon.
     if (fileSize < offset || (offset > widestOffset && fileSize > offset)) {
-        std::puts("[wav] : Last chunk is corrupted?");
+        reportLastChunk();
         return false;
     }
     return true;

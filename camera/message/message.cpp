@@ -32,8 +32,10 @@ const char *findAttribute(const char **attributes, const char *name) {
     return nullptr;
 }
 
+// The number that a text starts with; one beyond 32 bits counts as the widest.
 std::uint32_t numberOf(const char *text) {
-    return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)) : 0;
+    const unsigned long long number = text != nullptr ? std::strtoull(text, nullptr, 10) : 0;
+    return static_cast<std::uint32_t>(std::min<unsigned long long>(number, UINT32_MAX));
 }
 
 struct ControlReading {

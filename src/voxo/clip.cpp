@@ -70,11 +70,19 @@ std::uint32_t readChunk() {
     return count;
 }
 
+// Waits while what is queued plays out. A signal other than for the daemon's end cuts no clip
+// short.
+void waitForPlayOut() {
+    for (unsigned left = playOutSeconds; left > 0 && quitRequested == 0;) {
+        left = sleep(left);
+    }
+}
+
 // Lets what is queued play out and ends the clip.
 void finishClip() {
     std::fprintf(stderr, "[play to the end of the file]\n");
     voxoReleaseClip();
-    sleep(playOutSeconds);
+    waitForPlayOut();
     voxoEndClip();
 }
 

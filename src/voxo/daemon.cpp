@@ -45,8 +45,12 @@ void installSignals() {
     std::signal(SIGTERM, voxoSignalHandler);
     std::signal(SIGINT, voxoSignalHandler);
     std::signal(SIGHUP, voxoSignalHandler);
-    // Whoever reads the daemon's output may go; the sound goes on.
-    std::signal(SIGPIPE, SIG_IGN);
+}
+
+// Signals that must not end the daemon, from its first action on.
+void ignoreSignals() {
+    std::signal(SIGPIPE, SIG_IGN); // whoever reads the output may go; the sound goes on
+    std::signal(SIGUSR1, SIG_IGN); // a stale PID file may make this process the encoder
 }
 
 bool isWhole(const DecoderOps &decoder) {
@@ -89,6 +93,8 @@ bool start(VoxoContext *context, int daemonFlag) {
 
 int voxoRun(int argc, char **argv) {
     voxoContext = {};
+    ignoreSignals();
+    voxoHoldStandardStreams();
     // Whoever watches the output through a pipe or a file sees each line as it comes.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     openlog("[voxo]", 0, LOG_USER);

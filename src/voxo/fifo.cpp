@@ -7,6 +7,7 @@
 #include "src/voxo/playback.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/select.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -35,11 +36,17 @@ void logReceiveError() {
     syslog(LOG_DEBUG, "Receive FIFO Cmd error!\n");
 }
 
+// Reads what is in the pipe, up to `size` bytes, and never waits. -1: nothing is there.
+ssize_t readPresent(int fd, void *buffer, std::size_t size) {
+    pollfd watched = {fd, POLLIN, 0};
+    return poll(&watched, 1, 0) > 0 ? read(fd, buffer, size) : -1;
+}
+
 // Takes at most `length` bytes out of the pipe, as far as they are there.
 void drain(int fd, std::uint32_t length) {
     char waste[receiveRoom];
     while (length > 0) {
-        const ssize_t count = read(fd, waste, std::min<std::size_t>(length, sizeof waste));
+        const ssize_t count = readPresent(fd, waste, std::min<std::size_t>(length, sizeof waste));
         if (count <= 0) {
             return;
         }
@@ -120,7 +127,7 @@ int voxoInitFIFO() {
 
 int voxoReceiveFIFOCmd(int fd) {
     unsigned char buffer[receiveRoom] = {};
-    if (read(fd, buffer, shortHeader) < static_cast<ssize_t>(shortHeader)) {
+    if (readPresent(fd, buffer, shortHeader) < static_cast<ssize_t>(shortHeader)) {
         return -1;
     }
     if (buffer[0] < 1 || buffer[0] > lastType || buffer[1] == 0) {
@@ -140,7 +147,7 @@ int voxoReceiveFIFOCmd(int fd) {
         drain(fd, static_cast<std::uint32_t>(std::min<std::uint64_t>(rest, UINT32_MAX)));
         return -1;
     }
-    if (read(fd, buffer + shortHeader, static_cast<std::size_t>(rest)) <= 0) {
+    if (readPresent(fd, buffer + shortHeader, static_cast<std::size_t>(rest)) <= 0) {
         logReceiveError();
         return -1;
     }

@@ -9,12 +9,24 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace {
+
+// Empty datagrams end a call before it looks at the FIFO. After so many in a row with a message
+// waiting, the next call looks at nothing else, so that no sender can keep messages from being
+// heard.
+constexpr int longestPassing = 8;
+int passed = 0;
+
+} // namespace
+
 int voxoWaitInput(int fd, void *buffer, std::uint32_t size, int wait) {
     const bool hasFifo = voxoContext.audioclipCapability != 0;
     const int fifo = voxoContext.fifoFd;
     fd_set readable;
     FD_ZERO(&readable);
-    FD_SET(fd, &readable);
+    if (!hasFifo || passed < longestPassing) {
+        FD_SET(fd, &readable);
+    }
     if (hasFifo) {
         FD_SET(fifo, &readable);
     }
@@ -24,6 +36,8 @@ int voxoWaitInput(int fd, void *buffer, std::uint32_t size, int wait) {
     if (select(highest + 1, &readable, nullptr, nullptr, &timeout) <= 0) {
         return -1;
     }
+    const bool hasMessage = hasFifo && FD_ISSET(fifo, &readable);
+    passed = hasMessage ? passed + 1 : 0;
     bool hasDatagram = false;
     if (FD_ISSET(fd, &readable)) {
         const ssize_t count = read(fd, buffer, size);
@@ -33,7 +47,8 @@ int voxoWaitInput(int fd, void *buffer, std::uint32_t size, int wait) {
         recvLength = static_cast<std::uint32_t>(count);
         hasDatagram = true;
     }
-    if (hasFifo && FD_ISSET(fifo, &readable) && voxoReceiveFIFOCmd(fifo) != 0) {
+    passed = 0;
+    if (hasMessage && voxoReceiveFIFOCmd(fifo) != 0) {
         std::puts("voxoReceiveFIFOCmd fail");
         return -1;
     }

@@ -55,7 +55,8 @@ void voxoMainLoop(VoxoContext *context) {
         if (playsClip) {
             clipStep(context, &state);
         } else if (!streamStep(context, &state)) {
-            return;
+            break;
         }
     }
+    voxoEndDroppedRun(&state);
 }

@@ -27,11 +27,13 @@ bool replacePath(char (&field)[Size], const char *path) {
     return true;
 }
 
+// `option` is a char as getopt leaves it: above 0x7F it may be negative.
 void reportUnknown(int option) {
-    if (std::isprint(option) != 0) {
-        std::fprintf(stderr, "Unknown option `-%c'.\n", option);
+    const unsigned character = static_cast<unsigned char>(option);
+    if (std::isprint(static_cast<int>(character)) != 0) {
+        std::fprintf(stderr, "Unknown option `-%c'.\n", static_cast<int>(character));
     } else {
-        std::fprintf(stderr, "Unknown option character `\\x%x'.\n", static_cast<unsigned>(option));
+        std::fprintf(stderr, "Unknown option character `\\x%x'.\n", character);
     }
 }
 

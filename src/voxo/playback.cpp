@@ -25,7 +25,9 @@ int voxoSendToTessel(const char *body, const char *method, std::int32_t number3,
     request.body = body;
     request.number1 = requestNumber1;
     request.number3 = number3;
-    settings_request(&request, reply, room);
+    if (settings_request(&request, reply, room) != 0 && room > 0) {
+        reply[0] = '\0'; // what a failed request leaves there is no reply
+    }
     return 0;
 }
 

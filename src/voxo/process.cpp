@@ -3,6 +3,7 @@
 #include "audioout/audioout.h"
 #include "base/unique_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,6 +33,16 @@ pid_t readPid(const char *path) {
 }
 
 } // namespace
+
+void voxoHoldStandardStreams() {
+    int fd = 0;
+    do {
+        fd = open("/dev/null", O_RDWR);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd > STDERR_FILENO) {
+        close(fd);
+    }
+}
 
 int voxoCreatePidFile() {
     if (pidFilePath[0] == '\0') {

@@ -4,6 +4,10 @@
 
 #include "src/voxo/context.h"
 
+// Gives standard input, output and error that were closed when the process started to the null
+// device, so that no socket or device takes their numbers and, with them, what is printed.
+void voxoHoldStandardStreams();
+
 // Writes the own PID file, if one is wanted. 0, or -1 after a message with errno of the failure.
 int voxoCreatePidFile();
 

@@ -99,19 +99,12 @@ bool isWithinLimits(const VoxoContext &context, const VoxoLoopState &state, Payl
     }
 }
 
-// A run of records outside the limits is told once, and how long it was when it ends.
+// A run of records outside the limits is told once, and how long it was when it ends: with the next
+// record that is handled, since those of unknown types leave no trace.
 void countDropped(VoxoLoopState *state) {
     if (state->droppedRecords++ == 0) {
         VOXO_REPORT(LOG_WARNING, "Stream record out of limits, dropped\n");
     }
-}
-
-void endDroppedRun(VoxoLoopState *state) {
-    if (state->droppedRecords > 1) {
-        VOXO_REPORT(LOG_WARNING, "%u stream records out of limits, dropped\n",
-                    state->droppedRecords);
-    }
-    state->droppedRecords = 0;
 }
 
 // Takes the rate, or for G.711 the law, from codec information.
@@ -159,11 +152,12 @@ void playDecoded(const VoxoContext &context, std::uint32_t bytes, std::uint32_t 
     voxoDoubleToStereo(decodeBuf, bytes / sampleSize, stereoBuf);
     std::uint32_t size = 2 * bytes;
     const std::int16_t *const block = voxoMatchRate(stereoBuf, matchBuf, &size, ratio);
-    if (ratio == 0) {
+    // An odd payload at an odd ratio ends inside a frame; the half would shift all that follows.
+    const std::uint32_t half = size % stereoFrameSize;
+    size -= half;
+    if (ratio == 0 || (size == 0 && half != 0)) {
         return;
     }
-    // An odd payload at an odd ratio ends inside a frame; the half would shift all that follows.
-    size -= size % stereoFrameSize;
     if (audioout_write(context.audioOut.aoDevId, context.audioOut.aoChn, block,
                        static_cast<std::int32_t>(size)) != 0) {
         VOXO_REPORT_AT(LOG_WARNING, ": write audio error\n");
@@ -189,18 +183,27 @@ RecordResult handleAudio(VoxoContext *context, VoxoLoopState *state, const Paylo
 
 } // namespace
 
+void voxoEndDroppedRun(VoxoLoopState *state) {
+    if (state->droppedRecords > 1) {
+        VOXO_REPORT(LOG_WARNING, "%u stream records out of limits, dropped\n",
+                    state->droppedRecords);
+    }
+    state->droppedRecords = 0;
+}
+
 RecordResult voxoHandleRecord(VoxoContext *context, VoxoLoopState *state) {
     Payload payload = {};
     if (!isWithinLimits(*context, *state, &payload)) {
         countDropped(state);
         return RecordResult::goOn;
     }
-    endDroppedRun(state);
     switch (wordAt(typeWord)) {
     case recordCodecInfo:
+        voxoEndDroppedRun(state);
         handleCodecInfo(context, state);
         return RecordResult::goOn;
     case recordG711:
+        voxoEndDroppedRun(state);
         return handleAudio(context, state, payload);
     default:
         return RecordResult::goOn;

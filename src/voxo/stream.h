@@ -16,3 +16,7 @@ enum class RecordResult { goOn, stopDaemon };
 // Handles the record of recvLength bytes in recvBuf. Stops the daemon only when the decoder cannot
 // be set up for the record.
 RecordResult voxoHandleRecord(VoxoContext *context, VoxoLoopState *state);
+
+// Tells how many records were dropped in the run of records outside the limits that ends here, if
+// there was more than the one that was told at once.
+void voxoEndDroppedRun(VoxoLoopState *state);

@@ -1,9 +1,12 @@
 #include "src/voxo/fifo.h"
 
+#include "base/unique_fd.h"
+#include "src/voxo/input.h"
 #include "src/voxo/playback.h"
 #include "tests/daemon/daemon_fixture.h"
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -190,7 +193,22 @@ TEST_F(FifoTest, AsksForTwoWayAudio) {
     EXPECT_EQ("i2WayAudioStatus = 1\n2-way audio in progress\n",
               check("1\n", {query, "set NameValue 99 0 0\nstatus_audioclip_playing=0"}));
     EXPECT_EQ(0, clipStart);
-    check(std::string(300, '2'), {query}); // too long to be one
+    EXPECT_EQ("i2WayAudioStatus = 0\n", check("1" + std::string(299, ' '), {query})); // too long
+}
+
+TEST_F(FifoTest, HearsAMessageUnderAFloodOfEmptyDatagrams) {
+    int sockets[2] = {};
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_DGRAM, 0, sockets));
+    const UniqueFd receiver(sockets[0]);
+    const UniqueFd flood(sockets[1]);
+    const std::string bytes = control(start);
+    const Captured quiet;
+    ASSERT_LT(0, write(fifo_, bytes.data(), bytes.size()));
+    for (int i = 0; i < 20 && clipStart == 0; ++i) {
+        ASSERT_EQ(0, send(flood.get(), "", 0, 0));
+        EXPECT_EQ(-1, voxoWaitInput(receiver.get(), recvBuf, sizeof recvBuf, 1));
+    }
+    EXPECT_EQ(1, clipStart);
 }
 
 TEST_F(FifoTest, MakesTheFifoOrReusesIt) {

@@ -57,6 +57,7 @@ TEST(Options, RefuseTheRest) {
                  {{"-c", "x", "-p", std::string(128, 'p')}, "PID file path too long!\n"},
                  {{"-c", "x", "-x"}, "Unknown option `-x'.\n"},
                  {{"-c", "x", "-\x07"}, "Unknown option character `\\x7'.\n"},
+                 {{"-c", "x", "-\xC3"}, "Unknown option character `\\xc3'.\n"},
                  {{"-c"}, "Unknown option `-c'.\n"},
                  {{"-c", "x", "-p"}, "Unknown option `-p'.\n"}};
     for (const auto &refusal : cases) {

@@ -107,7 +107,11 @@ TEST(DamagedWav, KeepsHugeSizesApart) {
                       .find("[wav] : Last chunk is corrupted?"));
     EXPECT_EQ(0U, openSparse(head(0xFFFFFFFF, 100), 4 * gigabyte + 7)
                       .find("[wav] : Header or data is corrupted?"));
-    // Behind 4 GiB no chunk can be recorded.
+    EXPECT_EQ(0U, openSparse(head(0xFFFFFFFF, 100), 4 * gigabyte + 8)
+                      .find("[wav] : Header or data is corrupted?"));
+    // Behind 4 GiB no chunk can be recorded, nor one that would end there.
+    EXPECT_EQ(0U, openSparse(head(36, 0xFFFFFFFF), 4 * gigabyte + 44)
+                      .find("[wav] : Last chunk is corrupted?"));
     EXPECT_EQ(0U, openSparse(head(36, 0xFFFFFFF0), 4 * gigabyte + 100)
                       .find("[wav] : Last chunk is corrupted?"));
 }
