@@ -29,13 +29,11 @@ public:
         }
         const int fresh = Device_Open(path_, flags);
         if (fresh < lowestOpened_) {
-            fd_.compare_exchange_strong(kept, fresh, std::memory_order_acq_rel);
-            return fresh;
+            return keepUnlessOpened(kept, fresh);
         }
         if (prepare(fresh) != 0) {
             Device_Close(fresh);
-            fd_.store(-1, std::memory_order_release);
-            return -1;
+            return keepUnlessOpened(kept, -1);
         }
         if (!fd_.compare_exchange_strong(kept, fresh, std::memory_order_acq_rel)) {
             Device_Close(fresh);
@@ -60,12 +58,22 @@ public:
         }
         const int result = Device_Close(fd);
         if (result == 0) {
-            fd_.store(-1, std::memory_order_release);
+            forget();
         }
         return result;
     }
 
+    // Lets the next use open the device anew.
+    void forget() { fd_.store(-1, std::memory_order_release); }
+
 private:
+    // Keeps a failing result in place of `kept`, unless another thread has opened the device
+    // meanwhile; then its descriptor is the result.
+    int keepUnlessOpened(int kept, int failure) {
+        const bool isKept = fd_.compare_exchange_strong(kept, failure, std::memory_order_acq_rel);
+        return isKept || kept < lowestKept_ ? failure : kept;
+    }
+
     const char *path_;
     int lowestKept_;
     int lowestOpened_;

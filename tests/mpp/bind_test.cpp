@@ -145,7 +145,8 @@ TEST_F(BindTest, RefusesRegistrations) {
     EXPECT_EQ("u32MaxDevCnt or u32MaxChnCnt invalid !\n",
               messages([&] { EXPECT_EQ(err(0xA0028003), SYS_BIND_RegisterReceiver(&empty)); }));
     EXPECT_EQ("", messages([&] { EXPECT_EQ(err(0xA0028003), SYS_BIND_RegisterSender(&beyond)); }));
-    EXPECT_EQ(err(0xA002800C), SYS_BIND_RegisterReceiver(&huge));
+    EXPECT_EQ("u32MaxDevCnt or u32MaxChnCnt invalid !\n",
+              messages([&] { EXPECT_EQ(err(0xA0028003), SYS_BIND_RegisterReceiver(&huge)); }));
 }
 
 TEST_F(BindTest, HoldsSixtyFourDestinations) {

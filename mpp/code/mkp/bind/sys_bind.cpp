@@ -71,16 +71,20 @@ void listDestinations(const BindModule &sender, const BIND_CHN_S &source, BIND_D
     }
 }
 
-// Makes sure that the source channel has a send record.
-bool ensureSendRecord(const BindModule &sender, const BIND_CHN_S &source) {
+// Gives a source channel its send record. False: no memory.
+bool addSendRecord(const BindModule &sender, const BIND_CHN_S &source) {
     if (!bindGrowSendList(sender.modId, sender.slotCnt)) {
         return false;
     }
-    BIND_DEST_S *&record = bindTables.sendLists[sender.modId].records[indexOf(sender, source)];
-    if (record == nullptr) {
-        record = static_cast<BIND_DEST_S *>(std::calloc(1, sizeof(BIND_DEST_S)));
-    }
+    auto *const record = static_cast<BIND_DEST_S *>(std::calloc(1, sizeof(BIND_DEST_S)));
+    bindTables.sendLists[sender.modId].records[indexOf(sender, source)] = record;
     return record != nullptr;
+}
+
+void dropSendRecord(const BindModule &sender, const BIND_CHN_S &source) {
+    BIND_DEST_S *&record = bindTables.sendLists[sender.modId].records[indexOf(sender, source)];
+    std::free(record);
+    record = nullptr;
 }
 
 BIND_DEST_S *sendRecord(const BindModule &sender, const BIND_CHN_S &source) {
@@ -156,12 +160,16 @@ std::int32_t bind(const BIND_CHN_S &source, const BIND_CHN_S &destination, Notic
         mppReport(site, "src bind max(%d) err!\n", shown(head.u32DestNum));
         return ERR_SYS_NOT_PERM;
     }
-    if (!ensureSendRecord(*sender, source)) {
+    const bool hadSendRecord = sendRecord(*sender, source) != nullptr;
+    if (!hadSendRecord && !addSendRecord(*sender, source)) {
         mppReport(site, "No memory for bind SRC!\n");
         return ERR_SYS_NOMEM;
     }
     auto *const node = static_cast<BindDestNode *>(std::calloc(1, sizeof(BindDestNode)));
     if (node == nullptr) {
+        if (!hadSendRecord) {
+            dropSendRecord(*sender, source);
+        }
         mppReport(site, "BIND_MALLOC err!\n");
         return ERR_SYS_NOMEM;
     }

@@ -28,13 +28,13 @@ UniqueModule newModule(BindModule *const (&table)[BIND_MOD_NUM], std::uint32_t m
         return nullptr;
     }
     const std::uint64_t slots = std::uint64_t{devCnt} * chnCnt;
-    if (slots == 0) {
+    if (slots == 0 || slots > UINT32_MAX) {
         mppReport(site, "u32MaxDevCnt or u32MaxChnCnt invalid !\n");
         return nullptr;
     }
     *error = ERR_SYS_NOMEM;
     UniqueModule module(static_cast<BindModule *>(std::calloc(1, sizeof(BindModule))));
-    if (module == nullptr || slots > UINT32_MAX) {
+    if (module == nullptr) {
         return nullptr;
     }
     module->modId = modId;

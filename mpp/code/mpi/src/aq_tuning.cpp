@@ -10,10 +10,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <ctime>
 
 namespace {
 
 constexpr useconds_t refusalPause = 10000;
+constexpr time_t joinSeconds = 1;
 
 pthread_t tuningThread;
 bool hasTuningThread = false;
@@ -41,7 +43,7 @@ public:
         handle_ = dlopen("libaqcontrol.so", RTLD_LAZY);
         if (handle_ == nullptr) {
             mppReport(CallSite::here("AQDebugMonitor"), "dlopen libaqcontrol.so fail,Msg:%s\n",
-                      dlerror());
+                      reason());
             return false;
         }
         return resolve("HI_AQT_Init", &init) && resolve("HI_AQT_Dinit", &deinit);
@@ -51,10 +53,16 @@ public:
     TuningOperation deinit = nullptr;
 
 private:
+    // Why the loader failed; it says nothing of a symbol that is there but null.
+    static const char *reason() {
+        const char *const text = dlerror();
+        return text != nullptr ? text : "null";
+    }
+
     bool resolve(const char *name, TuningOperation *operation) {
         *operation = reinterpret_cast<TuningOperation>(dlsym(handle_, name));
         if (*operation == nullptr) {
-            mppReport(CallSite::here("AQDebugMonitor"), "dlsym %s fail,Msg:%s\n", name, dlerror());
+            mppReport(CallSite::here("AQDebugMonitor"), "dlsym %s fail,Msg:%s\n", name, reason());
             return false;
         }
         return true;
@@ -84,6 +92,14 @@ void *AQDebugMonitor(void * /*argument*/) {
     return nullptr;
 }
 
+// Joins the thread if it ends within a short time.
+bool joinSoon() {
+    timespec until = {};
+    clock_gettime(CLOCK_REALTIME, &until);
+    until.tv_sec += joinSeconds;
+    return pthread_timedjoin_np(tuningThread, nullptr, &until) == 0;
+}
+
 } // namespace
 
 void aqTuningStart() {
@@ -111,6 +127,9 @@ void aqTuningStop() {
     if (sysDeviceCommand(SYS_CMD_WAKE_TUNING, nullptr) != 0) {
         mppReport(CallSite::here(), "Wake up AQ debug failed\n");
     }
-    pthread_join(tuningThread, nullptr);
+    // A thread that was just about to wait has not heard it.
+    while (!joinSoon()) {
+        sysDeviceCommand(SYS_CMD_WAKE_TUNING, nullptr);
+    }
     hasTuningThread = false;
 }

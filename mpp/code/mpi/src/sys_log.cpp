@@ -65,6 +65,7 @@ std::int32_t HI_MPI_LOG_Read(char *text, std::uint32_t size) {
 
 void HI_MPI_LOG_Close() {
     sysLogClose();
+    logDevice.forget();
 }
 
 int sysLogClose() {

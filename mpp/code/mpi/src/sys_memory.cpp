@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <cstdio>
 
 namespace {
@@ -24,11 +25,11 @@ LazyDevice memoryDevice("/dev/mem", 1, 0);
 // A range of bytes widened to whole pages.
 struct Pages {
     std::uint32_t shift; // of the range from the start of its first page
-    std::size_t length;
+    std::uint64_t length;
 
     Pages(std::uintptr_t address, std::uint32_t size)
         : shift(static_cast<std::uint32_t>(address & pageMask)),
-          length(((std::size_t{size} - 1 + shift) & ~std::size_t{pageMask}) + pageSize) {}
+          length(((std::uint64_t{size} - 1 + shift) & ~std::uint64_t{pageMask}) + pageSize) {}
 };
 
 bool reportEmpty(const char *operation, std::uint32_t size) {
@@ -40,7 +41,12 @@ bool reportEmpty(const char *operation, std::uint32_t size) {
 
 void *mapPages(int fd, std::uint32_t phys, std::uint32_t size) {
     const Pages pages(phys, size);
-    void *const mapping = Device_Mmap(fd, pages.length, phys - pages.shift);
+    void *mapping = nullptr;
+    if (pages.length > UINT32_MAX) { // more than all physical memory
+        errno = EINVAL;
+    } else {
+        mapping = Device_Mmap(fd, static_cast<std::size_t>(pages.length), phys - pages.shift);
+    }
     if (mapping == nullptr) {
         std::perror("mmap error");
         return nullptr;
@@ -69,7 +75,8 @@ void *HI_MPI_SYS_MmapCache(std::uint32_t phys, std::uint32_t size) {
 
 std::int32_t HI_MPI_SYS_Munmap(void *virt, std::uint32_t size) {
     const Pages pages(reinterpret_cast<std::uintptr_t>(virt), size);
-    return Device_Munmap(static_cast<char *>(virt) - pages.shift, pages.length);
+    return Device_Munmap(static_cast<char *>(virt) - pages.shift,
+                         static_cast<std::size_t>(pages.length));
 }
 
 std::int32_t HI_MPI_SYS_MflushCache(std::uint32_t phys, void *virt, std::uint32_t size) {
@@ -84,6 +91,9 @@ std::int32_t HI_MPI_SYS_MflushCache(std::uint32_t phys, void *virt, std::uint32_
         return ERR_SYS_ILLEGAL_PARAM;
     }
     const std::uint32_t shift = phys & lineMask;
+    if (size > UINT32_MAX - shift - lineMask) {
+        return ERR_SYS_ILLEGAL_PARAM;
+    }
     SysFlushRecord record = {phys - shift, recordAddress(static_cast<char *>(virt) - shift),
                              (size + shift + lineMask) & ~lineMask};
     return sysDeviceCommand(SYS_CMD_FLUSH_CACHE, &record);

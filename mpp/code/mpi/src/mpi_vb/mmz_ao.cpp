@@ -32,8 +32,12 @@ std::int32_t VB_AllocAoBlock(const char *name, std::uint32_t *phys, void **virt,
         return -1;
     }
     MmzBlockRecord record = mmzRequest(name, nullptr, size);
+    if (!issue(MMZ_CMD_ALLOC, &record) || !issue(MMZ_CMD_MAP, &record)) {
+        return -1;
+    }
     // A driver that maps nothing but says that it did must not have its word taken for memory.
-    if (!issue(MMZ_CMD_ALLOC, &record) || !issue(MMZ_CMD_MAP, &record) || record.virt == 0) {
+    if (record.virt == 0) {
+        VB_FreeAoBlock(record.phys);
         return -1;
     }
     *phys = record.phys;

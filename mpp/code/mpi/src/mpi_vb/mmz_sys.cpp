@@ -19,14 +19,18 @@ constexpr std::uint32_t cachedFlag = 1;
 LazyDevice systemZoneDevice("/dev/mmz_userdev", 1, 1);
 pthread_mutex_t zoneLock = PTHREAD_MUTEX_INITIALIZER;
 
-// The driver's result, or ERR_SYS_NOT_READY after a report. The caller holds the zone lock.
-std::int32_t issue(std::uint32_t command, void *record) {
-    const int fd = systemZoneDevice.acquire(O_RDWR);
-    if (!systemZoneDevice.isOpened(fd)) {
+// Makes sure that the device is open. 0, or ERR_SYS_NOT_READY after a report. The caller holds the
+// zone lock.
+std::int32_t openZone() {
+    if (!systemZoneDevice.isOpened(systemZoneDevice.acquire(O_RDWR))) {
         std::perror("open mmz_userdev");
         return ERR_SYS_NOT_READY;
     }
-    return Device_Ioctl(fd, command, record);
+    return 0;
+}
+
+std::int32_t issue(std::uint32_t command, void *record) {
+    return Device_Ioctl(systemZoneDevice.get(), command, record);
 }
 
 std::int32_t allocate(std::uint32_t *phys, void **virt, MmzBlockRecord record,
@@ -35,7 +39,11 @@ std::int32_t allocate(std::uint32_t *phys, void **virt, MmzBlockRecord record,
         return ERR_SYS_NULL_PTR;
     }
     const MutexGuard guard(zoneLock);
-    std::int32_t result = issue(MMZ_CMD_ALLOC, &record);
+    std::int32_t result = openZone();
+    if (result != 0) {
+        return result;
+    }
+    result = issue(MMZ_CMD_ALLOC, &record);
     if (result != 0) {
         mppReport(site, "System alloc mmz memory failed!\n");
         return result;
@@ -66,8 +74,12 @@ std::int32_t HI_MPI_SYS_AllocBlockCached(std::uint32_t *phys, void **virt, const
 
 std::int32_t HI_MPI_SYS_FreeBlock(std::uint32_t phys) {
     const MutexGuard guard(zoneLock);
+    std::int32_t result = openZone();
+    if (result != 0) {
+        return result;
+    }
     MmzBlockRecord record = mmzReference(phys);
-    std::int32_t result = issue(MMZ_CMD_UNMAP, &record);
+    result = issue(MMZ_CMD_UNMAP, &record);
     if (result != 0) {
         mppReport(CallSite::here(), "System unmap mmz memory failed!\n");
         return result;
@@ -84,9 +96,13 @@ std::int32_t HI_MPI_SYS_LookUpBlock(const void *virt, std::uint32_t *phys, std::
         return ERR_SYS_NULL_PTR;
     }
     const MutexGuard guard(zoneLock);
+    std::int32_t result = openZone();
+    if (result != 0) {
+        return result;
+    }
     MmzBlockRecord record = {};
     record.virt = recordAddress(virt);
-    const std::int32_t result = issue(MMZ_CMD_LOOK_UP, &record);
+    result = issue(MMZ_CMD_LOOK_UP, &record);
     if (result == 0) {
         *phys = record.phys & ~cachedFlag;
         *cached = record.phys & cachedFlag;
@@ -96,6 +112,10 @@ std::int32_t HI_MPI_SYS_LookUpBlock(const void *virt, std::uint32_t *phys, std::
 
 std::int32_t HI_MPI_SYS_FlushBlock(std::uint32_t phys, void *virt, std::uint32_t size) {
     const MutexGuard guard(zoneLock);
+    const std::int32_t result = openZone();
+    if (result != 0) {
+        return result;
+    }
     if (phys == 0) {
         return issue(MMZ_CMD_FLUSH_ALL, nullptr);
     }

@@ -101,6 +101,7 @@ std::int32_t MPI_AO_Init() {
         reset(channel);
         pthread_mutex_destroy(&channel.lock);
         if (pthread_mutex_init(&channel.lock, nullptr) != 0) {
+            SYS_BIND_UnRegisterReceiver(MOD_ID_AO);
             return -1;
         }
     }
