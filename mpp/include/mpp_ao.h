@@ -6,12 +6,13 @@
 // and the device's state live in the driver; an order that it does not like it refuses itself.
 //
 // Results are 0, one of the error values below, or a driver's result passed through unchanged.
-// Refusals are told on standard error. Every operation first checks the device (only 0:
+// Most refusals are told on standard error. Every operation first checks the device (only 0:
 // ERR_AO_INVALID_DEV) and, where it takes one, the channel (0 to 15: ERR_AO_INVALID_CHN); then, and
 // before any command, "/dev/ao" is opened for the channel if it is not yet (ERR_AO_NOT_READY).
 //
-// All operations may be called from any thread. Those on one channel exclude each other, those on
-// different channels never wait for each other; operations on the device take no lock.
+// All operations may be called from any thread. Those that touch a channel's buffers or processing
+// exclude each other, those on different channels never wait for each other; operations on the
+// device, resuming, and the channel's state and descriptor take no lock.
 #pragma once
 
 #include <cstdint>

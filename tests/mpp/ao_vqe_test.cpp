@@ -106,6 +106,23 @@ TEST_F(AoVqeTest, ResamplesWithoutSeams) {
     EXPECT_EQ(0, HI_MPI_AO_DisableReSmp(0, 0));
 }
 
+// A device whose attributes have changed under a channel that resamples.
+TEST_F(AoVqeTest, RefusesWhatTheEngineWasNotMadeFor) {
+    configure(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_16, 48000);
+    EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 8000));
+    configure(640, AUDIO_SOUND_MODE_STEREO, AUDIO_BIT_WIDTH_16, 48000);
+    const TestFrame stereo(1280, AUDIO_SOUND_MODE_STEREO);
+    EXPECT_EQ("resample don't support stereo!\n", messages([&] {
+                  EXPECT_EQ(err(0xA0168003), HI_MPI_AO_SendFrame(0, 0, &stereo.frame, 0));
+              }));
+    configure(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_8, 48000);
+    const TestFrame narrow(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_8);
+    messages([&] { EXPECT_EQ(err(0xA0168041), HI_MPI_AO_SendFrame(0, 0, &narrow.frame, 0)); });
+    configure(640, AUDIO_SOUND_MODE_MONO);
+    EXPECT_EQ(0, HI_MPI_AO_DisableReSmp(0, 0));
+    EXPECT_EQ(0, play(640));
+}
+
 TEST_F(AoVqeTest, RefusesWhatResamplingMakesTooLong) {
     configure(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_16, 48000);
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 8000));

@@ -16,10 +16,6 @@ namespace {
 
 bool isInitialised = false;
 
-void reset(AoChannel &channel) {
-    static_cast<AoChannelState &>(channel) = {};
-}
-
 bool allocateStaging(AoChannel &channel) {
     for (unsigned char *&buffer : channel.staging) {
         buffer = static_cast<unsigned char *>(Device_AllocVisible(AO_PERIOD_MAX));
@@ -82,6 +78,20 @@ void tellProcessingOff(std::uint32_t dev, std::uint32_t chn) {
     MPI_AO_SetVqeDbgInfo(dev, chn, &info);
 }
 
+// Brings all channels to their first state. What one of them holds is given back: nothing keeps a
+// caller from enabling a channel before the module has started. The locks are there from the
+// process's start and stay.
+void releaseChannels() {
+    for (std::uint32_t chn = 0; chn < AO_CHN_NUM; ++chn) {
+        AoChannel &channel = aoChannels[chn];
+        const MutexGuard guard(channel.lock);
+        aoEngineDestroy(channel.engine);
+        aoDumpEnd(chn);
+        freeBuffers(channel);
+        static_cast<AoChannelState &>(channel) = {};
+    }
+}
+
 bool isEnabled(AoChannel &channel) {
     const MutexGuard guard(channel.lock);
     return channel.enabled != 0;
@@ -97,14 +107,7 @@ std::int32_t MPI_AO_Init() {
                                       nullptr};
     const std::int32_t registered = SYS_BIND_RegisterReceiver(&receiver);
     mppAssert(registered == 0, "HI_SUCCESS == s32Ret");
-    for (AoChannel &channel : aoChannels) {
-        reset(channel);
-        pthread_mutex_destroy(&channel.lock);
-        if (pthread_mutex_init(&channel.lock, nullptr) != 0) {
-            SYS_BIND_UnRegisterReceiver(MOD_ID_AO);
-            return -1;
-        }
-    }
+    releaseChannels();
     isInitialised = true;
     return 0;
 }
@@ -114,14 +117,7 @@ std::int32_t MPI_AO_Exit() {
         return 0;
     }
     SYS_BIND_UnRegisterReceiver(MOD_ID_AO);
-    for (std::uint32_t chn = 0; chn < AO_CHN_NUM; ++chn) {
-        AoChannel &channel = aoChannels[chn];
-        const MutexGuard guard(channel.lock);
-        aoEngineDestroy(channel.engine);
-        aoDumpEnd(chn);
-        freeBuffers(channel);
-        reset(channel);
-    }
+    releaseChannels();
     isInitialised = false;
     return 0;
 }
@@ -136,7 +132,7 @@ std::int32_t HI_MPI_AO_EnableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
         return fd;
     }
     AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(channel.lock);
+    MutexGuard guard(channel.lock);
     if (channel.enabled != 0) {
         return 0;
     }
@@ -154,6 +150,7 @@ std::int32_t HI_MPI_AO_EnableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
     if (!allocateStaging(channel)) {
         freeStaging(channel);
         freeBlock(channel);
+        guard.unlock();
         mppReport(CallSite::here(), "malloc err when enable ao chn!\n");
         return ERR_AO_NOMEM;
     }
@@ -179,6 +176,9 @@ std::int32_t HI_MPI_AO_DisableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
         return error;
     }
     const MutexGuard guard(channel.lock);
+    if (channel.enabled == 0) {
+        return 0; // by another thread meanwhile
+    }
     const AO_RESMP_DBG_S noResampling = {};
     MPI_AO_SetResmpDbgInfo(AoDev, AoChn, &noResampling);
     aoEngineDestroy(channel.engine);
@@ -186,6 +186,8 @@ std::int32_t HI_MPI_AO_DisableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
     channel.vqeSet = 0;
     channel.vqeEnabled = 0;
     channel.mbcEnabled = 0;
+    channel.resampleEnabled = 0; // another thread may have turned it on again
+    channel.resample = {};
     tellProcessingOff(AoDev, AoChn);
     freeBuffers(channel);
     // The buffers are gone whatever the driver says now, so the channel counts as disabled.

@@ -8,11 +8,11 @@ namespace {
 
 constexpr std::uint32_t device = 0;
 
-void assertWrapped(const AoCircle &circle, CallSite site = CallSite::here()) {
+void assertWrapped(const AoCircle &circle, CallSite site) {
     mppAssert(circle.bWriteJump != 0, "HI_TRUE == pstAoChn->stCirBuf[u32Chn].bWriteJump", site);
 }
 
-void assertNotWrapped(const AoCircle &circle, CallSite site = CallSite::here()) {
+void assertNotWrapped(const AoCircle &circle, CallSite site) {
     mppAssert(circle.bWriteJump == 0, "HI_FALSE == pstAoChn->stCirBuf[u32Chn].bWriteJump", site);
 }
 
@@ -28,29 +28,29 @@ bool readPeriod(std::uint32_t bitWidth, std::uint32_t *period, CallSite site) {
     return *period != 0;
 }
 
-bool holds(const AoCircle &circle, std::uint32_t period) {
+bool holds(const AoCircle &circle, std::uint32_t period, CallSite site) {
     const std::uint32_t end = circle.u32Read + period;
     if (circle.u32Read == circle.u32Write) {
         return circle.bWriteJump != 0;
     }
     if (circle.u32Read < circle.u32Write) {
-        assertNotWrapped(circle);
+        assertNotWrapped(circle, site);
         return end <= circle.u32Write;
     }
-    assertWrapped(circle);
+    assertWrapped(circle, site);
     return end <= circle.length || end - circle.length <= circle.u32Write;
 }
 
-void moveReader(AoCircle &circle, std::uint32_t period) {
+void moveReader(AoCircle &circle, std::uint32_t period, CallSite site) {
     const std::uint32_t end = circle.u32Read + period;
     if (circle.u32Read < circle.u32Write) {
-        assertNotWrapped(circle);
-        mppAssert(end <= circle.u32Write, "0");
+        assertNotWrapped(circle, site);
+        mppAssert(end <= circle.u32Write, "0", site);
         circle.u32Read = end;
     } else {
-        assertWrapped(circle);
+        assertWrapped(circle, site);
         if (end > circle.length) {
-            mppAssert(end - circle.length <= circle.u32Write, "0");
+            mppAssert(end - circle.length <= circle.u32Write, "0", site);
             circle.u32Read = end - circle.length;
             circle.bWriteJump = 0;
         } else {
@@ -63,16 +63,16 @@ void moveReader(AoCircle &circle, std::uint32_t period) {
     }
 }
 
-bool hasRoom(const AoCircle &circle, std::uint32_t size) {
+bool hasRoom(const AoCircle &circle, std::uint32_t size, CallSite site) {
     const std::uint64_t end = std::uint64_t{circle.u32Write} + size;
     if (circle.u32Write == circle.u32Read) {
         return circle.bWriteJump == 0 && size <= circle.length;
     }
     if (circle.u32Write < circle.u32Read) {
-        assertWrapped(circle);
+        assertWrapped(circle, site);
         return end <= circle.u32Read;
     }
-    assertNotWrapped(circle);
+    assertNotWrapped(circle, site);
     return end <= circle.length || end - circle.length <= circle.u32Read;
 }
 
@@ -87,7 +87,7 @@ std::uint32_t aoPeriodBytes(std::uint32_t points, std::uint32_t bitWidth) {
 
 std::int32_t MPI_AO_QueryCircleBufferWriteData(std::uint32_t chn, std::uint32_t k,
                                                const AUDIO_FRAME_S *frame) {
-    return hasRoom(aoChannels[chn].stCirBuf[k], frame->u32Len) ? 0 : -1;
+    return hasRoom(aoChannels[chn].stCirBuf[k], frame->u32Len, CallSite::here()) ? 0 : -1;
 }
 
 std::int32_t MPI_AO_PutDataToCircleBufferAndUpdateWritePtr(std::uint32_t chn, std::uint32_t k,
@@ -95,7 +95,7 @@ std::int32_t MPI_AO_PutDataToCircleBufferAndUpdateWritePtr(std::uint32_t chn, st
     AoCircle &circle = aoChannels[chn].stCirBuf[k];
     const std::uint32_t size = frame->u32Len;
     const auto *const data = static_cast<const unsigned char *>(frame->pVirAddr[k]);
-    if (!hasRoom(circle, size)) {
+    if (!hasRoom(circle, size, CallSite::here())) {
         mppReport(CallSite::here(),
                   "It's no free buffer to save data! frame len:%d, u32Write:%d, u32Read:%d\n",
                   static_cast<int>(size), static_cast<int>(circle.u32Write),
@@ -124,7 +124,7 @@ std::int32_t MPI_AO_QueryCircleBufferReadData(std::uint32_t chn, std::uint32_t k
     if (!readPeriod(bitWidth, period, CallSite::here())) {
         return -1;
     }
-    return holds(aoChannels[chn].stCirBuf[k], *period) ? 0 : -1;
+    return holds(aoChannels[chn].stCirBuf[k], *period, CallSite::here()) ? 0 : -1;
 }
 
 void aoCopyPeriod(const AoCircle &circle, std::uint32_t period, unsigned char *destination) {
@@ -138,6 +138,6 @@ std::int32_t MPI_AO_UpdateCircleBufferReadPtr(std::uint32_t chn, std::uint32_t k
                                               std::uint32_t bitWidth, std::uint32_t period) {
     std::uint32_t current = 0;
     const bool agrees = readPeriod(bitWidth, &current, CallSite::here()) && current == period;
-    moveReader(aoChannels[chn].stCirBuf[k], period);
+    moveReader(aoChannels[chn].stCirBuf[k], period, CallSite::here());
     return agrees ? 0 : -1;
 }

@@ -92,8 +92,9 @@ void aoEngineGetAttr(const AoEngine *engine, AoEngineAttr *attr) {
     *attr = engine->attr;
 }
 
-std::int32_t aoEngineWriteFrame(AoEngine *engine, const void *data, std::uint32_t points) {
-    if (engine == nullptr || points > MAX_AO_POINT_NUM) {
+std::int32_t aoEngineWriteFrame(AoEngine *engine, const void *data, std::uint32_t points,
+                                std::uint32_t bitWidth) {
+    if (engine == nullptr || engine->attr.bitWidth != bitWidth || points > MAX_AO_POINT_NUM) {
         return ERR_AO_ENGINE;
     }
     std::memcpy(engine->samples, data, std::size_t{points} << engine->attr.bitWidth);
@@ -105,9 +106,10 @@ std::int32_t aoEngineReadFrame(AoEngine *engine, void *data, std::uint32_t point
     if (engine == nullptr || engine->points == 0) {
         return -1;
     }
+    const std::uint32_t room = std::min(points, MAX_AO_POINT_NUM);
     const std::uint32_t count = engine->attr.inRate == engine->attr.outRate
-                                    ? passThrough(*engine, data, points)
-                                    : resample(*engine, data, points);
+                                    ? passThrough(*engine, data, room)
+                                    : resample(*engine, data, room);
     engine->points = 0;
     return static_cast<std::int32_t>(count);
 }

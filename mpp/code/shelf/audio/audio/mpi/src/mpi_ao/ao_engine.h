@@ -25,9 +25,11 @@ void aoEngineDestroy(AoEngine *engine);
 
 void aoEngineGetAttr(const AoEngine *engine, AoEngineAttr *attr);
 
-// Gives the engine a frame of `points` samples in place of what it still holds. 0, or ERR_AO_ENGINE
-// when there is no engine or the frame is too long for it.
-std::int32_t aoEngineWriteFrame(AoEngine *engine, const void *data, std::uint32_t points);
+// Gives the engine a frame of `points` samples of `bitWidth` in place of what it still holds. 0, or
+// ERR_AO_ENGINE when there is no engine, it was made for another width, or the frame is too long.
+std::int32_t aoEngineWriteFrame(AoEngine *engine, const void *data, std::uint32_t points,
+                                std::uint32_t bitWidth);
 
-// Takes at most `points` samples out of the engine. Returns how many, or -1 when it was given none.
+// Takes at most `points` samples, and never more than MAX_AO_POINT_NUM, out of the engine. Returns
+// how many, or -1 when it was given none.
 std::int32_t aoEngineReadFrame(AoEngine *engine, void *data, std::uint32_t points);

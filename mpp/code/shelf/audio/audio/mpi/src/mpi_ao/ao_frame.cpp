@@ -66,20 +66,24 @@ std::int32_t AoCheckFrameInfo(const AUDIO_FRAME_S &frame, const AIO_ATTR_S &attr
     return 0;
 }
 
-// What device, frame and period must be for a delivery to begin.
-std::int32_t checkDelivery(Delivery &delivery, CallSite site) {
+// What device, frame and period must be for a delivery to begin. The channel's lock is given back
+// before a refusal is told.
+std::int32_t checkDelivery(Delivery &delivery, MutexGuard &guard, CallSite site) {
     if (HI_MPI_AO_GetPubAttr(delivery.dev, &delivery.attr) != 0) {
+        guard.unlock();
         mppReport(site, "can't get aodev%d's attribute!\n", shown(delivery.dev));
         return ERR_AO_NOT_CONFIG;
     }
     const std::int32_t error = AoCheckFrameInfo(delivery.frame, delivery.attr);
     if (error != 0) {
+        guard.unlock();
         mppReport(site, "Ao dev: %d, ao chn:%d, frame info error.\n", shown(delivery.dev),
                   shown(delivery.chn));
         return error;
     }
     const std::uint32_t points = delivery.frame.u32Len >> delivery.frame.enBitwidth;
     if (points < 1 || points > MAX_AO_POINT_NUM) {
+        guard.unlock();
         mppReport(site,
                   "PointNum of input frame is:%d, it's big than MAX_AO_POINT_NUM:%d, or small "
                   "than 0\n",
@@ -87,6 +91,7 @@ std::int32_t checkDelivery(Delivery &delivery, CallSite site) {
         return ERR_AO_ILLEGAL_PARAM;
     }
     if (aoPeriodBytes(delivery.attr.u32PtNumPerFrm, delivery.attr.enBitwidth) == 0) {
+        guard.unlock();
         mppReport(site, "Ao dev: %d, PtNumPerFrm:%u is out of range.\n", shown(delivery.dev),
                   delivery.attr.u32PtNumPerFrm);
         return ERR_AO_ILLEGAL_PARAM;
@@ -121,6 +126,11 @@ std::uint32_t outputPoints(const Delivery &delivery, std::uint32_t points, CallS
 std::int32_t process(Delivery &delivery, CallSite site) {
     AoChannel &channel = delivery.channel;
     AUDIO_FRAME_S &frame = delivery.frame;
+    // Only the first sub-channel would change its length.
+    if (channel.resampleEnabled != 0 && frame.enSoundmode != AUDIO_SOUND_MODE_MONO) {
+        mppReport(site, "resample don't support stereo!\n");
+        return ERR_AO_ILLEGAL_PARAM;
+    }
     const std::uint32_t bitWidth = frame.enBitwidth;
     const std::uint32_t points = frame.u32Len >> bitWidth;
     const std::uint32_t wanted = outputPoints(delivery, points, site);
@@ -129,7 +139,8 @@ std::int32_t process(Delivery &delivery, CallSite site) {
     }
     // Whole points: a few bytes past the last one would not fit the staging buffer.
     std::memcpy(channel.staging[0], frame.pVirAddr[0], points << bitWidth);
-    const std::int32_t error = aoEngineWriteFrame(channel.engine, channel.staging[0], points);
+    const std::int32_t error =
+        aoEngineWriteFrame(channel.engine, channel.staging[0], points, bitWidth);
     if (error != 0) {
         mppReport(site, "HI_DNVQE_WriteFrame failed, s32Ret:0x%x.!\n",
                   static_cast<unsigned>(error));
@@ -192,13 +203,9 @@ void drain(const Delivery &delivery, std::int32_t milliSec) {
         if (!handOver(delivery, period, &record)) {
             return;
         }
-        bool goesOn = true;
+        // Attributes that have changed since are found out with the next period.
         for (std::uint32_t k = 0; k <= lastSubChannel; ++k) {
-            goesOn =
-                MPI_AO_UpdateCircleBufferReadPtr(delivery.chn, k, bitWidth, period) == 0 && goesOn;
-        }
-        if (!goesOn) {
-            return;
+            MPI_AO_UpdateCircleBufferReadPtr(delivery.chn, k, bitWidth, period);
         }
     }
 }
@@ -252,8 +259,9 @@ std::int32_t HI_MPI_AO_SendFrame(std::uint32_t AoDev, std::uint32_t AoChn,
         return ERR_AO_NULL_PTR;
     }
     AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(channel.lock);
+    MutexGuard guard(channel.lock);
     if (channel.enabled == 0) {
+        guard.unlock();
         mppReport(CallSite::here(), "AO chn %d is not enable\n", shown(AoChn));
         return ERR_AO_NOT_ENABLED;
     }
@@ -261,7 +269,7 @@ std::int32_t HI_MPI_AO_SendFrame(std::uint32_t AoDev, std::uint32_t AoChn,
         return ERR_AO_NOT_PERM;
     }
     Delivery delivery = {AoDev, AoChn, fd, channel, {}, *pstFrame};
-    error = checkDelivery(delivery, CallSite::here());
+    error = checkDelivery(delivery, guard, CallSite::here());
     if (error == 0 && isProcessed(channel)) {
         error = process(delivery, CallSite::here());
     }

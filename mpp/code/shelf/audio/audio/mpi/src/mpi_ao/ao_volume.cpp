@@ -26,12 +26,14 @@ std::int32_t clearEngine(std::uint32_t dev, std::uint32_t chn, CallSite site) {
         return ERR_AO_NOT_CONFIG;
     }
     AoChannel &channel = aoChannels[chn];
-    const MutexGuard guard(channel.lock);
+    MutexGuard guard(channel.lock);
     if (channel.engine == nullptr) {
         return 0; // disabled meanwhile
     }
+    aoEngineGetAttr(channel.engine, &attr); // it may be another one by now
     aoEngineDestroy(channel.engine);
     const std::int32_t error = aoEngineCreate(&channel.engine, &attr);
+    guard.unlock();
     if (error != 0) {
         mppReport(site, "Ao dev: %d, ao chn:%d, create vqe fail.\n", static_cast<int>(dev),
                   static_cast<int>(chn));

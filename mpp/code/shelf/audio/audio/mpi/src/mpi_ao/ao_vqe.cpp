@@ -187,15 +187,18 @@ std::int32_t HI_MPI_AO_DisableReSmp(std::uint32_t AoDev, std::uint32_t AoChn) {
     if (channel.resampleEnabled == 0) {
         return 0;
     }
+    if (channel.engine != nullptr) { // a clear that failed leaves none
+        AoEngineAttr attr = {};
+        aoEngineGetAttr(channel.engine, &attr);
+        attr.inRate = attr.outRate;
+        const std::int32_t result = rebuildEngine(channel, attr);
+        if (result != 0) {
+            return result;
+        }
+    }
     channel.resampleEnabled = 0;
     dropUnneededEngine(channel);
-    if (channel.engine == nullptr) {
-        return 0;
-    }
-    AoEngineAttr attr = {};
-    aoEngineGetAttr(channel.engine, &attr);
-    attr.inRate = attr.outRate;
-    return rebuildEngine(channel, attr);
+    return 0;
 }
 
 std::int32_t HI_MPI_AO_SetVqeAttr(std::uint32_t AoDev, std::uint32_t AoChn,
