@@ -255,10 +255,10 @@ int AoDevice::send(std::uint32_t number, const AoSendRecord &record) {
     AoPeriodSlot &slot = registers().queue[number][channel.queued % aoQueueRoom];
     slot.bytes = frame.len;
     slot.subChannels = attr.enSoundmode + 1;
-    for (std::uint32_t k = 0; k < slot.subChannels; ++k) {
-        if (!boardCopyFromCaller(slot.data[k], frame.virAddr[k], frame.len)) {
-            return -1;
-        }
+    const CallerBlock blocks[] = {{slot.data[0], frame.virAddr[0]},
+                                  {slot.data[1], frame.virAddr[1]}};
+    if (!boardCopyFromCaller(blocks, slot.subChannels, frame.len)) {
+        return -1;
     }
     ++channel.queued;
     announce();

@@ -52,20 +52,27 @@ void boardUnmapMemory(void *address, std::size_t length) {
     syscall(SYS_munmap, address, length);
 }
 
-bool boardCopyFromCaller(void *to, std::uint32_t from, std::size_t size) {
-    iovec local = {to, size};
-    iovec remote = {reinterpret_cast<void *>(static_cast<std::uintptr_t>(from)), size};
-    const ssize_t copied = process_vm_readv(getpid(), &local, 1, &remote, 1, 0);
-    if (copied == static_cast<ssize_t>(size)) {
+bool boardCopyFromCaller(const CallerBlock *blocks, std::size_t count, std::size_t size) {
+    iovec local[2] = {};
+    iovec remote[2] = {};
+    for (std::size_t i = 0; i < count; ++i) {
+        local[i] = {blocks[i].to, size};
+        remote[i] = {reinterpret_cast<void *>(static_cast<std::uintptr_t>(blocks[i].from)), size};
+    }
+    const ssize_t copied = process_vm_readv(getpid(), local, count, remote, count, 0);
+    if (copied == static_cast<ssize_t>(count * size)) {
         return true;
     }
-    // Where the system cannot check the address, only the obvious is refused.
-    if (copied == -1 && (errno == ENOSYS || errno == EPERM) && from >= pageSize) {
-        std::memcpy(to, remote.iov_base, size);
-        return true;
+    // Where the system cannot check the addresses, only the obvious is refused.
+    const bool isUnchecked = copied == -1 && (errno == ENOSYS || errno == EPERM);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!isUnchecked || blocks[i].from < pageSize) {
+            errno = EFAULT;
+            return false;
+        }
+        std::memcpy(blocks[i].to, remote[i].iov_base, size);
     }
-    errno = EFAULT;
-    return false;
+    return true;
 }
 
 void boardLog(const Board &board, const char *format, ...) {

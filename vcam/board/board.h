@@ -28,9 +28,13 @@ constexpr std::uint32_t pageSize = 0x1000;
 void *boardMapMemory(const Board &board, std::uint32_t phys, std::size_t length);
 void boardUnmapMemory(void *address, std::size_t length);
 
-// Copies what a caller's record points at, as a driver does: an address that is not mapped is an
-// error, not a fault.
-bool boardCopyFromCaller(void *to, std::uint32_t from, std::size_t size);
+// Copies `count` (at most 2) blocks of `size` bytes that a caller's record points at, as a driver
+// does: an address that is not mapped is an error, not a fault.
+struct CallerBlock {
+    void *to;
+    std::uint32_t from;
+};
+bool boardCopyFromCaller(const CallerBlock *blocks, std::size_t count, std::size_t size);
 
 // Appends to the kernel's log.
 [[gnu::format(printf, 2, 3)]] void boardLog(const Board &board, const char *format, ...);
