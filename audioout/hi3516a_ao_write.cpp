@@ -2,6 +2,7 @@
 #include "audioout/channel_buffers.h"
 #include "audioout/hi3516a_ao.h"
 #include "audioout/report.h"
+#include "audioout/split_samples.h"
 #include "mpp/include/mpp_ao.h"
 
 #include <algorithm>
@@ -14,50 +15,6 @@ constexpr std::uint64_t timeStamp = 2;
 constexpr std::uint32_t sequence = 1;
 constexpr std::uint32_t widestSample = 3;
 constexpr auto bufferSize = static_cast<std::uint32_t>(HI3516A_AO_CHN_BUFFER_SIZE);
-
-// A sample of 24 bits, as it lies in a block.
-struct Sample24 {
-    unsigned char bytes[3];
-};
-static_assert(sizeof(Sample24) == 3);
-
-// Deals the samples out in turn: the first to `even`, the next to `odd`; a block that ends inside a
-// sample gives what it has of it. The loop is typed by the sample's width, so that the compiler can
-// make the most of it.
-template <typename Sample>
-void split(const void *block, std::uint32_t bytes, void *even, void *odd) {
-    const auto *const from = static_cast<const unsigned char *>(block);
-    auto *const toEven = static_cast<Sample *>(even);
-    auto *const toOdd = static_cast<Sample *>(odd);
-    const auto pairs = bytes / static_cast<std::uint32_t>(2 * sizeof(Sample));
-    for (std::uint32_t i = 0; i < pairs; ++i) {
-        Sample pair[2];
-        std::memcpy(pair, from + std::size_t{i} * sizeof pair, sizeof pair);
-        toEven[i] = pair[0];
-        toOdd[i] = pair[1];
-    }
-    const unsigned char *const rest = from + std::size_t{pairs} * 2 * sizeof(Sample);
-    const std::size_t restBytes = bytes % (2 * sizeof(Sample));
-    const std::size_t restOfEven = std::min(restBytes, sizeof(Sample));
-    std::memcpy(toEven + pairs, rest, restOfEven);
-    std::memcpy(toOdd + pairs, rest + restOfEven, restBytes - restOfEven);
-}
-
-void splitSamples(const void *block, std::uint32_t bytes, std::uint32_t sampleBytes) {
-    unsigned char *const even = channelBuffer(1);
-    unsigned char *const odd = channelBuffer(0);
-    switch (sampleBytes) {
-    case 1:
-        split<std::uint8_t>(block, bytes, even, odd);
-        break;
-    case 2:
-        split<std::int16_t>(block, bytes, even, odd);
-        break;
-    default:
-        split<Sample24>(block, bytes, even, odd);
-        break;
-    }
-}
 
 // Bytes that the larger share of the block takes in a channel buffer, whole samples.
 std::uint32_t largestShare(std::uint32_t bytes, std::uint32_t sampleBytes, std::int32_t channels) {
@@ -108,7 +65,7 @@ std::int32_t hi3516a_ao_pcm_write(std::int32_t aoDevId, std::int32_t aoChn, cons
     if (channels == 1) {
         std::memcpy(channelBuffer(0), block, size);
     } else {
-        splitSamples(block, size, sampleBytes);
+        splitSamples(block, size, sampleBytes, channelBuffer(1), channelBuffer(0));
     }
     const AUDIO_FRAME_S frame =
         makeFrame(attr.enBitwidth, channels, static_cast<std::uint32_t>(bytes / channels));
