@@ -16,17 +16,20 @@ static_assert(sizeof(Sample24) == 3);
 // make the most of it.
 template <typename Sample>
 void split(const void *block, std::uint32_t bytes, void *even, void *odd) {
-    const auto *const from = static_cast<const unsigned char *>(block);
+    // A block may begin at any address.
+    struct [[gnu::packed]] Pair {
+        Sample first;
+        Sample second;
+    };
+    const auto *const from = static_cast<const Pair *>(block);
     auto *const toEven = static_cast<Sample *>(even);
     auto *const toOdd = static_cast<Sample *>(odd);
-    const auto pairs = bytes / static_cast<std::uint32_t>(2 * sizeof(Sample));
+    const auto pairs = bytes / static_cast<std::uint32_t>(sizeof(Pair));
     for (std::uint32_t i = 0; i < pairs; ++i) {
-        Sample pair[2];
-        std::memcpy(pair, from + std::size_t{i} * sizeof pair, sizeof pair);
-        toEven[i] = pair[0];
-        toOdd[i] = pair[1];
+        toEven[i] = from[i].first;
+        toOdd[i] = from[i].second;
     }
-    const unsigned char *const rest = from + std::size_t{pairs} * 2 * sizeof(Sample);
+    const auto *const rest = reinterpret_cast<const unsigned char *>(from + pairs);
     const std::size_t restBytes = bytes % (2 * sizeof(Sample));
     const std::size_t restOfEven = std::min(restBytes, sizeof(Sample));
     std::memcpy(toEven + pairs, rest, restOfEven);

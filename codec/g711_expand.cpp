@@ -35,29 +35,40 @@ constexpr MagnitudeTable alawTable = makeTable(alawMagnitude);
 static_assert(ulawTable[0] == 32124 && ulawTable[112] == 120 && ulawTable[127] == 0);
 static_assert(alawTable[0] == 8 && alawTable[32] == 528 && alawTable[127] == 32256);
 
-// The sample of a code byte: positive when bit 7 is set. Without a branch: speech changes its sign
-// far too often to be predicted.
-inline std::int16_t sampleOf(const MagnitudeTable &table, std::uint8_t code) {
-    const int magnitude = table[code & 0x7F];
-    const int mask = (code >> 7) - 1;
-    return static_cast<std::int16_t>((magnitude ^ mask) - mask);
+// The samples of all code bytes: positive when bit 7 is set. Looking the sign up as well keeps a
+// branch, which speech changes far too often to be predicted, and its arithmetic out of the loop.
+using SampleTable = std::array<std::int16_t, 256>;
+
+constexpr SampleTable withSigns(const MagnitudeTable &magnitudes) {
+    SampleTable samples{};
+    for (unsigned code = 0; code < samples.size(); ++code) {
+        const int magnitude = magnitudes[code & 0x7F];
+        samples[code] = static_cast<std::int16_t>((code & 0x80) != 0 ? magnitude : -magnitude);
+    }
+    return samples;
+}
+
+constexpr SampleTable ulawSamples = withSigns(ulawTable);
+constexpr SampleTable alawSamples = withSigns(alawTable);
+
+inline void lookUp(const SampleTable &samples, const G711LawIO &io, std::uint32_t count) {
+    const std::uint8_t *const input = io.input;
+    std::int16_t *const output = io.output;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        output[i] = samples[input[i]];
+    }
 }
 
 } // namespace
 
 void G711_UlawExpand(const G711LawIO *io, std::uint32_t count) {
-    const std::uint8_t *const input = io->input;
-    std::int16_t *const output = io->output;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        output[i] = sampleOf(ulawTable, input[i]);
-    }
+    lookUp(ulawSamples, *io, count);
 }
 
 void G711_AlawExpand(const G711LawIO *io, std::uint32_t count) {
     std::uint8_t *const input = io->input;
-    std::int16_t *const output = io->output;
     for (std::uint32_t i = 0; i < count; ++i) {
         input[i] ^= 0x55;
-        output[i] = sampleOf(alawTable, input[i]);
     }
+    lookUp(alawSamples, *io, count);
 }
