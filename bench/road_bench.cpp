@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -54,9 +55,14 @@ private:
     int ends_[2] = {-1, -1};
 };
 
-// The daemon's output and decoder, open.
+// The daemon's output and decoder, open: there is one in a process.
 class Daemon {
 public:
+    static Daemon &instance() {
+        static Daemon daemon;
+        return daemon;
+    }
+
     Daemon() {
         voxoContext = {};
         G711Dec_GetOps(&voxoContext.decoder);
@@ -90,7 +96,8 @@ private:
     VoxoLoopState state_;
 };
 
-void takeRecords(benchmark::State &state, Daemon &daemon) {
+void road(benchmark::State &state) {
+    Daemon &daemon = Daemon::instance();
     const SocketPair sockets;
     const StreamRecord record;
     setDriverMakesCalls(true);
@@ -100,16 +107,12 @@ void takeRecords(benchmark::State &state, Daemon &daemon) {
     }
 }
 
-void road(benchmark::State &state) {
-    Daemon daemon;
-    takeRecords(state, daemon);
-}
 BENCHMARK(road)->Name("road of a record/voxo");
 
 // As many commands as a record takes when the road is warm.
 std::uint64_t commandsOfARecord() {
     setDriverMakesCalls(false);
-    Daemon daemon;
+    Daemon &daemon = Daemon::instance();
     daemon.handleAgain(10);
     const std::uint64_t before = driverCommands();
     daemon.handleAgain(100);
@@ -132,20 +135,19 @@ void sameCalls(benchmark::State &state) {
             makeDriverCall();
         }
     }
-    state.counters["commands"] = static_cast<double>(commands);
+    state.SetLabel(std::to_string(commands) + " commands");
 }
 BENCHMARK(sameCalls)->Name("road of a record/system calls");
 
-// The cost of a record does not depend on how many there were.
+// What a record costs does not depend on how many there were.
 void lateRoad(benchmark::State &state) {
-    static Daemon daemon;
     static const bool isOld = [] {
         setDriverMakesCalls(false);
-        daemon.handleAgain(manyRecords);
+        Daemon::instance().handleAgain(manyRecords);
         return true;
     }();
     benchmark::DoNotOptimize(isOld);
-    takeRecords(state, daemon);
+    road(state);
 }
 BENCHMARK(lateRoad)->Name("road of a record/voxo after 10 million");
 

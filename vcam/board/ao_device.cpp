@@ -161,6 +161,7 @@ int AoDevice::enable() {
     }
     ao.enabled = 1;
     boardLog(board(), "ao: device enabled\n");
+    boardMark(board(), registers().start.deviceOpen);
     announce();
     return 0;
 }
@@ -247,6 +248,13 @@ int AoDevice::send(std::uint32_t number, const AoSendRecord &record) {
     if (frame.enBitwidth != attr.enBitwidth || frame.enSoundmode != attr.enSoundmode ||
         frame.len != attr.u32PtNumPerFrm << attr.enBitwidth) {
         return ERR_AO_NOT_MATCH;
+    }
+    boardMark(board(), registers().start.firstPeriod);
+    if (registers().pace == paceDropped) {
+        ++channel.queued;
+        channel.played = channel.queued.load();
+        ++ao.periodsPlayed;
+        return 0;
     }
     if (!waitForRoom(channel, record.s32MilliSec)) {
         ++channel.refused;

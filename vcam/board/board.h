@@ -39,6 +39,10 @@ bool boardCopyFromCaller(const CallerBlock *blocks, std::size_t count, std::size
 // Appends to the kernel's log.
 [[gnu::format(printf, 2, 3)]] void boardLog(const Board &board, const char *format, ...);
 
+// Notes that the daemon's process starts now, and that it has reached a mark for the first time.
+void boardMarkStart(const Board &board);
+void boardMark(const Board &board, Register &mark);
+
 // Whether a process runs.
 bool isProcessAlive(std::uint32_t pid);
 

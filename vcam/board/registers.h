@@ -14,7 +14,7 @@ using Register = std::atomic<std::uint32_t>;
 static_assert(sizeof(Register) == 4 && Register::is_always_lock_free);
 
 constexpr std::uint32_t boardMagic = 0x6D616376; // "vcam"
-constexpr std::uint32_t boardLayout = 1;
+constexpr std::uint32_t boardLayout = 2;
 
 constexpr std::uint32_t aoChannelCount = 16;
 constexpr std::uint32_t aoQueueRoom = 50;     // periods, of any device attributes
@@ -24,6 +24,7 @@ constexpr std::uint32_t aoPeriodRoom = 16384; // bytes of a period and sub-chann
 enum : std::uint32_t {
     paceRealTime = 0,
     paceAsTheyCome = 1, // periods are played as soon as they are there
+    paceDropped = 2,    // periods are dropped as soon as the driver has taken them
 };
 
 // One period in the queue of a channel.
@@ -141,6 +142,14 @@ struct NeighbourRegisters {
     Register encoderSignals; // SIGUSR1 that the audio encoder has received
 };
 
+// How soon the daemon gets going: microseconds from its process's start, 0: not yet.
+struct StartRegisters {
+    Register beginLow; // the clock at the start, in nanoseconds
+    Register beginHigh;
+    Register deviceOpen;  // the AO device was enabled
+    Register firstPeriod; // the AO driver took the first period
+};
+
 struct BoardRegisters {
     Register magic;
     Register layout;
@@ -148,6 +157,7 @@ struct BoardRegisters {
     Register dacPid; // the process that plays; 0: none
     FaultRegisters faults[faultCount];
     NeighbourRegisters neighbours;
+    StartRegisters start;
     SysRegisters sys;
     VbRegisters vb;
     ZoneRegisters zones;

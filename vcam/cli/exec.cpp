@@ -13,6 +13,7 @@ int execOnCamera(const CameraDir &dir, const std::vector<std::string> &command) 
     }
     const std::vector<char *> arguments = argumentsOf(command);
     enterBoard(dir);
+    boardMarkStart(MappedBoard(dir, MappedBoard::Mode::open).board());
     execvp(arguments[0], arguments.data());
     throw CameraError("cannot run " + command[0] + ": " + std::strerror(errno));
 }

@@ -18,6 +18,8 @@ void addRun(CLI::App &app, RunOptions &options, std::function<int()> &command,
                     "Its configuration file (default: voxo.xml in the camera's directory)")
         ->check(CLI::ExistingFile);
     run->add_flag("--fast", options.fast, "Play periods as they come, not in real time");
+    run->add_flag("--deaf", options.deaf,
+                  "Drop periods as soon as the driver has taken them, for measuring");
     run->add_flag("--bare", options.bare, "Only the board and its neighbours, without the daemon");
     run->add_flag("--tuning", options.tuning, "Put the board into tuning mode");
     run->add_option("--fail", options.faults,

@@ -99,7 +99,7 @@ private:
 };
 
 void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
-    registers.pace = options.fast ? paceAsTheyCome : paceRealTime;
+    registers.pace = options.deaf ? paceDropped : options.fast ? paceAsTheyCome : paceRealTime;
     registers.dacPid = static_cast<std::uint32_t>(getpid());
     registers.sys.hasConfig = 1; // the video side has set the platform up
     registers.sys.tuningMode = options.tuning ? 1 : 0;
@@ -191,7 +191,10 @@ int runCamera(const CameraDir &dir, const RunOptions &options) {
     if (options.bare) {
         std::cout << "vcam: the board is up, without the daemon" << std::endl;
     } else {
-        daemon.start(daemonCommand(dir, options), [&] { enterBoard(dir); });
+        daemon.start(daemonCommand(dir, options), [&] {
+            enterBoard(dir);
+            boardMarkStart(board.board());
+        });
     }
     const int status = supervise(daemon, board.registers(), signals);
     std::cout << "vcam: the camera has ended" << std::endl;

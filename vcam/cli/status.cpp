@@ -50,6 +50,13 @@ std::string peakText(std::uint32_t peak) {
     return text.str();
 }
 
+std::string sinceStart(std::uint32_t microseconds) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(2) << microseconds / 1000.0
+         << " ms after the daemon's start";
+    return microseconds != 0 ? text.str() : "not yet";
+}
+
 void showOutput(const AoRegisters &ao) {
     const AIO_ATTR_S attr = attributes(ao);
     line("device enabled", yesNo(ao.enabled));
@@ -115,6 +122,8 @@ int showStatus(const CameraDir &dir) {
     line("voxo", daemon ? "running, process " + std::to_string(*daemon) : "not running");
     line("platform started", yesNo(registers.sys.isStarted));
     line("encoder signals", registers.neighbours.encoderSignals);
+    line("device opened", sinceStart(registers.start.deviceOpen));
+    line("first period", sinceStart(registers.start.firstPeriod));
     showOutput(registers.ao);
     showCodec(registers.acodec);
     showSettings(dir);

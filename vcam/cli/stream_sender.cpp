@@ -13,7 +13,7 @@
 namespace {
 
 constexpr auto startPatience = std::chrono::seconds(5);
-constexpr auto startLook = std::chrono::milliseconds(50);
+constexpr auto startLook = std::chrono::milliseconds(1);
 
 constexpr std::size_t headerSize = 44;
 constexpr std::size_t codecInfoSize = 64;
