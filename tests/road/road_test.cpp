@@ -123,20 +123,21 @@ TEST(Road, SaysWhatIsWrong) {
     }
     const TemporaryDirectory full;
     std::ofstream(full.path() / "mine") << "x";
-    const Finished refused = runProgram({programPath("vcam"), "-d", full.path(), "run"});
+    const Finished refused = runProgram({vcamPath(), "-d", full.path(), "run"});
     EXPECT_EQ(1, refused.status);
     EXPECT_NE(std::string::npos, refused.err.find("holds other files")) << refused.err;
     EXPECT_TRUE(std::filesystem::exists(full.path() / "mine"));
 }
 
 TEST(Road, RefusesAWrongCommandLine) {
-    const Finished none = runProgram({programPath("voxo")});
+    const CameraProcess camera({"--bare"});
+    const Finished none = camera.vcam({"exec", underTest("bin/voxo")});
     EXPECT_EQ(1, none.status);
     EXPECT_EQ("Config file path not set!\n", none.err);
     EXPECT_EQ("Usage : voxo [-d] -c config_xml_file [-p pid_file]\n\t-d Daemon mode\n"
               "\t-c Config file path\n\t-p PID file output path\n",
               none.out);
-    const Finished missing = runProgram({programPath("voxo"), "-c", "/no/such/file"});
+    const Finished missing = camera.vcam({"exec", underTest("bin/voxo"), "-c", "/no/such/file"});
     EXPECT_EQ(255, missing.status);
     EXPECT_TRUE(missing.out.ends_with(": Parse Config File fail!\n")) << missing.out;
 }

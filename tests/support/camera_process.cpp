@@ -9,6 +9,7 @@
 
 #include <sndfile.hh>
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -46,8 +47,14 @@ int waitFor(pid_t pid) {
 
 } // namespace
 
-std::string programPath(const std::string &name) {
-    return (fs::read_symlink("/proc/self/exe").parent_path() / name).string();
+fs::path underTest(const std::string &file) {
+    const char *const voxo = std::getenv("VCAM_VOXO");
+    const fs::path program = voxo != nullptr ? voxo : fs::read_symlink("/proc/self/exe");
+    return program.parent_path().parent_path() / file;
+}
+
+std::string vcamPath() {
+    return fs::read_symlink("/proc/self/exe").replace_filename("vcam");
 }
 
 Finished runProgram(const std::vector<std::string> &command) {
@@ -71,7 +78,7 @@ bool eventually(const std::function<bool()> &holds, std::chrono::milliseconds pa
 
 CameraProcess::CameraProcess(std::vector<std::string> options)
     : logFile_(dir_.path().string() + ".log") {
-    std::vector<std::string> command = {programPath("vcam"), "--dir", dir_.path(), "run"};
+    std::vector<std::string> command = {vcamPath(), "--dir", dir_.path(), "run"};
     command.insert(command.end(), options.begin(), options.end());
     pid_ = start(command, logFile_, logFile_);
     eventually([this] { return isReady() || waitpid(pid_, nullptr, WNOHANG) != 0; });
@@ -90,7 +97,7 @@ bool CameraProcess::isReady() const {
 }
 
 Finished CameraProcess::vcam(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), {programPath("vcam"), "--dir", dir_.path()});
+    arguments.insert(arguments.begin(), {vcamPath(), "--dir", dir_.path()});
     return runProgram(arguments);
 }
 

@@ -65,5 +65,9 @@ private:
     pid_t pid_ = 0;
 };
 
-// Places of the programs under test.
-std::string programPath(const std::string &name);
+// A file of the build under test ("bin/voxo"): this test's own, or that of $VCAM_VOXO, which may be
+// another processor's.
+std::filesystem::path underTest(const std::string &file);
+
+// The virtual camera, which is this PC's in either case.
+std::string vcamPath();

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <elf.h>
+
 #include <csignal>
 #include <fstream>
 #include <set>
@@ -11,8 +13,9 @@ namespace {
 
 TEST(Preload, IsReachedByEveryName) {
     const CameraProcess camera({"--bare"});
-    for (const char *probe : {"preload_probe", "preload_probe_fortified", "preload_probe_64"}) {
-        const Finished finished = camera.vcam({"exec", programPath(probe)});
+    for (const char *probe :
+         {"bin/preload_probe", "bin/preload_probe_fortified", "bin/preload_probe_64"}) {
+        const Finished finished = camera.vcam({"exec", underTest(probe)});
         EXPECT_EQ("probe: 0 failures\n", finished.out) << probe << finished.err;
         EXPECT_EQ(0, finished.status);
     }
@@ -28,24 +31,22 @@ TEST(Preload, ReachesDeepDirectories) {
     const TemporaryDirectory top;
     const std::filesystem::path deep = top.path() / std::string(120, 'd') / "camera";
     std::filesystem::create_directories(deep.parent_path());
-    const std::string vcam = programPath("vcam");
+    const std::string vcam = vcamPath();
     const Finished refused = runProgram({vcam, "--dir", deep, "status"});
     EXPECT_EQ(1, refused.status);
     EXPECT_NE(std::string::npos, refused.err.find("no camera is running in "));
     const Finished ran =
         runProgram({"/bin/sh", "-c",
                     vcam + " -d " + deep.string() + " run --bare & pid=$!; sleep 0.5; " + vcam +
-                        " -d " + deep.string() + " exec " + programPath("preload_probe") +
-                        "; kill -INT $pid; wait $pid"});
+                        " -d " + deep.string() + " exec " +
+                        underTest("bin/preload_probe").string() + "; kill -INT $pid; wait $pid"});
     EXPECT_NE(std::string::npos, ran.out.find("probe: 0 failures\n")) << ran.out << ran.err;
 }
 
 // What the library defines, and what it calls: nothing may stand behind its own back.
 TEST(Preload, ExportsItsWrappersAndNothingElse) {
-    const Finished symbols =
-        runProgram({"/usr/bin/nm", "-D", "--defined-only",
-                    std::filesystem::path(programPath("")).parent_path().parent_path() / "lib" /
-                        "libvcam_board.so"});
+    const std::string library = underTest("lib/libvcam_board.so");
+    const Finished symbols = runProgram({"/usr/bin/nm", "-D", "--defined-only", library});
     ASSERT_EQ(0, symbols.status) << symbols.err;
     std::set<std::string> defined;
     std::istringstream lines(symbols.out);
@@ -60,7 +61,9 @@ TEST(Preload, ExportsItsWrappersAndNothingElse) {
         "mkfifo",     "mmap",      "mmap64",     "open",         "open64",        "openat",
         "openat64",   "openlog",   "read",       "remove",       "sleep",         "stat",
         "stat64",     "syslog",    "unlink",     "vsyslog"};
-    if (sizeof(void *) == 4) {
+    char identity[EI_NIDENT] = {};
+    std::ifstream(library).read(identity, sizeof identity);
+    if (identity[EI_CLASS] == ELFCLASS32) {
         expected.insert(
             {"__fcntl_time64", "__fstatat64_time64", "__ioctl_time64", "__stat64_time64"});
     }

@@ -20,8 +20,9 @@ timespec timeLeft(std::chrono::steady_clock::time_point deadline) {
                                std::chrono::steady_clock::duration::zero());
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
     timespec result = {};
-    result.tv_sec = seconds.count();
-    result.tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(left - seconds).count();
+    result.tv_sec = static_cast<time_t>(seconds.count());
+    result.tv_nsec = static_cast<long>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(left - seconds).count());
     return result;
 }
 
@@ -53,7 +54,7 @@ void Child::start(const std::vector<std::string> &command, const std::function<v
     sigprocmask(SIG_SETMASK, &none, nullptr);
     try {
         prepare();
-        execv(arguments[0], arguments.data());
+        execvp(arguments[0], arguments.data());
         std::cerr << "vcam: cannot run " << command[0] << ": " << std::strerror(errno) << '\n';
     } catch (const std::exception &error) {
         std::cerr << "vcam: " << error.what() << '\n';

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "vcam/camera/camera.h"
+#include "vcam/cli/environment.h"
 
 #include <cstdint>
 #include <string>
@@ -19,10 +20,11 @@ struct RunOptions {
 };
 
 // Runs a camera with the daemon on it until the daemon ends or a signal ends both.
-int runCamera(const CameraDir &dir, const RunOptions &options);
+int runCamera(const CameraDir &dir, const Target &target, const RunOptions &options);
 
 // Replaces this process by a program that runs on the camera.
-int execOnCamera(const CameraDir &dir, const std::vector<std::string> &command);
+int execOnCamera(const CameraDir &dir, const Target &target,
+                 const std::vector<std::string> &program);
 
 struct CastOptions {
     std::string file;

@@ -5,6 +5,8 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
 #include <string>
 
 namespace fs = std::filesystem;
@@ -24,6 +26,12 @@ std::string sanitizerLibrary() {
     return "";
 }
 
+// Puts `first` in front of what an environment variable lists.
+void putFirst(const char *name, const std::string &first, char separator) {
+    const char *const rest = std::getenv(name);
+    setenv(name, rest == nullptr ? first.c_str() : (first + separator + rest).c_str(), 1);
+}
+
 } // namespace
 
 fs::path besideThisProgram(const fs::path &file) {
@@ -35,18 +43,27 @@ fs::path besideThisProgram(const fs::path &file) {
     return found;
 }
 
-void enterBoard(const CameraDir &dir) {
-    std::string preload = sanitizerLibrary();
-    if (!preload.empty()) {
-        preload += ':';
-    }
-    preload += besideThisProgram("lib/libvcam_board.so").string();
-    if (const char *const before = std::getenv("LD_PRELOAD"); before != nullptr) {
-        preload += ':';
-        preload += before;
-    }
-    setenv("LD_PRELOAD", preload.c_str(), 1);
+void enterBoard(const CameraDir &dir, const Target &target) {
     setenv(cameraDirVariable, dir.path().c_str(), 1);
+    const std::string board = target.board.empty()
+                                  ? besideThisProgram("lib/libvcam_board.so").string()
+                                  : fs::absolute(target.board).string();
+    if (!target.runner.empty()) {
+        // For the program alone: the emulator is one of this PC's and cannot load it.
+        putFirst("QEMU_SET_ENV", "LD_PRELOAD=" + board, ',');
+        return;
+    }
+    putFirst("LD_PRELOAD", board, ':');
+    if (const std::string sanitizer = sanitizerLibrary(); !sanitizer.empty()) {
+        putFirst("LD_PRELOAD", sanitizer, ':');
+    }
+}
+
+std::vector<std::string> commandOn(const Target &target, const std::vector<std::string> &program) {
+    std::istringstream runner(target.runner);
+    std::vector<std::string> command(std::istream_iterator<std::string>(runner), {});
+    command.insert(command.end(), program.begin(), program.end());
+    return command;
 }
 
 std::vector<char *> argumentsOf(const std::vector<std::string> &command) {

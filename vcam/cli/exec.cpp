@@ -1,18 +1,19 @@
 #include "vcam/cli/commands.h"
-#include "vcam/cli/environment.h"
 
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
-int execOnCamera(const CameraDir &dir, const std::vector<std::string> &command) {
+int execOnCamera(const CameraDir &dir, const Target &target,
+                 const std::vector<std::string> &program) {
     dir.requireRunning();
-    if (command.empty()) {
+    if (program.empty()) {
         throw CameraError("exec needs a program");
     }
+    const std::vector<std::string> command = commandOn(target, program);
     const std::vector<char *> arguments = argumentsOf(command);
-    enterBoard(dir);
+    enterBoard(dir, target);
     boardMarkStart(MappedBoard(dir, MappedBoard::Mode::open).board());
     execvp(arguments[0], arguments.data());
     throw CameraError("cannot run " + command[0] + ": " + std::strerror(errno));

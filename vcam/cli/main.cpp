@@ -9,11 +9,23 @@
 
 namespace {
 
+void addTarget(CLI::App &app, Target &target) {
+    app.add_option("--runner", target.runner,
+                   "What runs programs built for another processor: \"qemu-arm -L SYSROOT\"")
+        ->envname("VCAM_RUNNER");
+    app.add_option("--board", target.board,
+                   "The board's library, built for that processor (default: this PC's)")
+        ->envname("VCAM_BOARD")
+        ->check(CLI::ExistingFile);
+}
+
 void addRun(CLI::App &app, RunOptions &options, std::function<int()> &command,
-            const std::string &dir) {
+            const std::string &dir, const Target &target) {
     CLI::App *const run =
         app.add_subcommand("run", "Start a camera with the daemon on it; Ctrl-C ends both");
-    run->add_option("--voxo", options.voxo, "The daemon's program (default: the one beside vcam)");
+    run->add_option("--voxo", options.voxo, "The daemon's program (default: the one beside vcam)")
+        ->envname("VCAM_VOXO")
+        ->check(CLI::ExistingFile);
     run->add_option("--config", options.config,
                     "Its configuration file (default: voxo.xml in the camera's directory)")
         ->check(CLI::ExistingFile);
@@ -24,7 +36,7 @@ void addRun(CLI::App &app, RunOptions &options, std::function<int()> &command,
     run->add_flag("--tuning", options.tuning, "Put the board into tuning mode");
     run->add_option("--fail", options.faults,
                     "Fail the N-th issue of a driver command: 0xC0785805:2");
-    run->callback([&] { command = [&] { return runCamera(CameraDir(dir), options); }; });
+    run->callback([&] { command = [&] { return runCamera(CameraDir(dir), target, options); }; });
 }
 
 void addCast(CLI::App &app, CastOptions &options, std::function<int()> &command,
@@ -58,11 +70,13 @@ int run(int argc, char **argv) {
     std::string dir;
     app.add_option("-d,--dir", dir,
                    "The camera's directory (default: $VCAM_DIR, or one of your own)");
+    Target target;
+    addTarget(app, target);
     app.fallthrough();
     std::function<int()> command;
 
     RunOptions runOptions;
-    addRun(app, runOptions, command, dir);
+    addRun(app, runOptions, command, dir, target);
     CastOptions castOptions;
     addCast(app, castOptions, command, dir);
     std::string clipFile;
@@ -97,8 +111,9 @@ int run(int argc, char **argv) {
     CLI::App *const exec =
         app.add_subcommand("exec", "Run a program of yours on the camera's board");
     exec->fallthrough(false)->prefix_command();
-    exec->callback(
-        [&] { command = [&, exec] { return execOnCamera(CameraDir(dir), exec->remaining()); }; });
+    exec->callback([&] {
+        command = [&, exec] { return execOnCamera(CameraDir(dir), target, exec->remaining()); };
+    });
 
     CLI11_PARSE(app, argc, argv);
     return command();

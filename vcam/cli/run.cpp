@@ -3,7 +3,6 @@
 #include "base/unique_fd.h"
 #include "vcam/board/devices.h"
 #include "vcam/cli/child.h"
-#include "vcam/cli/environment.h"
 #include "vcam/cli/log_collector.h"
 #include "vcam/speaker/player.h"
 #include "vcam/speaker/wav_speaker.h"
@@ -134,8 +133,8 @@ void signalVolume(const CameraDir &dir, const std::string &key) {
 }
 
 std::vector<std::string> daemonCommand(const CameraDir &dir, const RunOptions &options) {
-    const std::string voxo =
-        options.voxo.empty() ? besideThisProgram("bin/voxo").string() : options.voxo;
+    const std::string voxo = options.voxo.empty() ? besideThisProgram("bin/voxo").string()
+                                                  : fs::absolute(options.voxo).string();
     const std::string config =
         options.config.empty() ? dir.configFile().string() : fs::absolute(options.config).string();
     return {voxo, "-c", config, "-p", voxoPidPath};
@@ -166,7 +165,7 @@ int supervise(Child &daemon, BoardRegisters &registers, const sigset_t &signals)
 
 } // namespace
 
-int runCamera(const CameraDir &dir, const RunOptions &options) {
+int runCamera(const CameraDir &dir, const Target &target, const RunOptions &options) {
     // Blocked in every thread that is started from here on; this one waits for them.
     sigset_t signals = {};
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGUSR1}) {
@@ -191,8 +190,8 @@ int runCamera(const CameraDir &dir, const RunOptions &options) {
     if (options.bare) {
         std::cout << "vcam: the board is up, without the daemon" << std::endl;
     } else {
-        daemon.start(daemonCommand(dir, options), [&] {
-            enterBoard(dir);
+        daemon.start(commandOn(target, daemonCommand(dir, options)), [&] {
+            enterBoard(dir, target);
             boardMarkStart(board.board());
         });
     }
