@@ -151,7 +151,7 @@ TEST(MatchRate, RepeatsPairs) {
             EXPECT_EQ(-rate.left[i], out[2 * i + 1]) << rate.k;
         }
         // What is written is what the room is counted for.
-        const std::uint64_t room = voxoMatchRoom(rate.frames * 4, rate.k);
+        const auto room = static_cast<std::size_t>(voxoMatchRoom(rate.frames * 4, rate.k));
         EXPECT_EQ((rate.frames + 1) / 2 * rate.k * 4, room);
         for (std::size_t i = room / 2; i < std::size(out); ++i) {
             EXPECT_EQ(0, out[i]);

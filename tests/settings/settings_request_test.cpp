@@ -13,7 +13,7 @@ namespace {
 SETTINGS_REQUEST makeRequest(std::uint32_t kind, const char *method, const char *body) {
     SETTINGS_REQUEST request = {};
     request.kind = kind;
-    std::strncpy(request.method, method, sizeof request.method);
+    std::memcpy(request.method, method, strnlen(method, sizeof request.method));
     std::strcpy(request.applyArgument, "now");
     request.body = body;
     request.number1 = 99;

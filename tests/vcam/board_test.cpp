@@ -1,4 +1,5 @@
 // The board's devices and its DAC, in time that a test makes.
+#include "mpp/device/device.h"
 #include "vcam/board/ao_queue.h"
 #include "vcam/board/devices.h"
 #include "vcam/speaker/dac.h"
@@ -74,8 +75,7 @@ protected:
     // Sends a period whose samples are all `left` and `right`.
     int send(BoardFile &file, std::int16_t left, std::int16_t right, std::int32_t milliSec = 0,
              std::uint32_t bytes = 1280, std::uint32_t mode = 1) {
-        auto *const low = static_cast<std::int16_t *>(mmap(
-            nullptr, 8192, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_32BIT, -1, 0));
+        auto *const low = static_cast<std::int16_t *>(Device_AllocVisible(8192));
         std::fill(low, low + 640, left);
         std::fill(low + 1024, low + 1664, right);
         const auto address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(low));
@@ -83,7 +83,7 @@ protected:
         record[9] = bytes;
         record[28] = static_cast<std::uint32_t>(milliSec);
         const int result = ao(file, 0xC0785805, record);
-        munmap(low, 8192);
+        Device_FreeVisible(low, 8192);
         return result;
     }
 

@@ -39,7 +39,8 @@ void checkDevices(int flags) {
     const int onto = dup2(fd, 60);
     expect(onto == 60 && ioctl(60, 0x00005900) == 0, "a copy by dup2");
     close(copy);
-    expect(ioctl(copy, 0x00005900) == -1 && errno == EBADF, "a closed descriptor");
+    int count = 0; // a command that emulators know as well
+    expect(ioctl(copy, FIONREAD, &count) == -1 && errno == EBADF, "a closed descriptor");
     const int memory = openat(AT_FDCWD, "/dev/mem", flags);
     void *const page = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, memory, 0x20001000);
     expect(page != MAP_FAILED && reinterpret_cast<unsigned long>(page) <= 0xFFFFFFFFUL,
