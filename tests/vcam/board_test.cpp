@@ -276,6 +276,15 @@ TEST_F(BoardTest, HandsOutMemory) {
     EXPECT_EQ(0, command("/dev/mmz_userdev", 0xC04C6D0A, &huge));
 }
 
+TEST_F(BoardTest, ClosesWhatKilledProcessesLeftOpen) {
+    open();
+    EXPECT_EQ(err(0xA0168009), ao(files_[0], 0x00005804));
+    regs().channels[0].enabled = 0x7FFFFFFF;
+    BoardFile next = {UINT32_MAX};
+    EXPECT_EQ(0, word(next, 0x40045800, 0));
+    EXPECT_EQ(0, ao(next, 0x00005804));
+}
+
 TEST_F(BoardTest, KeepsPoolsAndLogs) {
     std::uint32_t pool[9] = {UINT32_MAX, 4096, 3, UINT32_MAX, 0};
     EXPECT_EQ(0, command("/dev/vb", 0xC0244201, pool));

@@ -60,7 +60,7 @@ TEST(Preload, ExportsItsWrappersAndNothingElse) {
         "fstatat",    "fstatat64", "ftok",       "ioctl",        "lstat",         "lstat64",
         "mkfifo",     "mmap",      "mmap64",     "open",         "open64",        "openat",
         "openat64",   "openlog",   "read",       "remove",       "sleep",         "stat",
-        "stat64",     "syslog",    "unlink",     "vsyslog"};
+        "stat64",     "syslog",    "unlink",     "unlinkat",     "vsyslog"};
     char identity[EI_NIDENT] = {};
     std::ifstream(library).read(identity, sizeof identity);
     if (identity[EI_CLASS] == ELFCLASS32) {

@@ -3,6 +3,8 @@
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 #include "vcam/board/ao_queue.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -63,6 +65,7 @@ int AoDevice::command(BoardFile &file, std::uint32_t command, void *record) {
         return refuseRecord();
     }
     if (command == AO_CMD_BIND) {
+        closeForTheDead();
         file.channel = *static_cast<const std::uint32_t *>(record);
         return file.channel < aoChannelCount ? 0 : ERR_AO_INVALID_CHN;
     }
@@ -188,8 +191,7 @@ int AoDevice::channelCommand(std::uint32_t number, std::uint32_t command, void *
     case AO_CMD_ENABLE_CHN:
         return enableChannel(channel);
     case AO_CMD_DISABLE_CHN:
-        clear(channel);
-        channel.enabled = 0;
+        disableChannel(channel);
         return 0;
     case AO_CMD_PAUSE_CHN:
     case AO_CMD_RESUME_CHN:
@@ -232,8 +234,22 @@ int AoDevice::enableChannel(AoChannelRegisters &channel) {
     }
     clear(channel);
     channel.paused = 0;
-    channel.enabled = 1;
+    channel.enabled = static_cast<std::uint32_t>(getpid());
     return 0;
+}
+
+void AoDevice::disableChannel(AoChannelRegisters &channel) {
+    clear(channel);
+    channel.enabled = 0;
+}
+
+// A kernel closes what a killed process has left open; here the next one to come does.
+void AoDevice::closeForTheDead() {
+    for (AoChannelRegisters &channel : registers().ao.channels) {
+        if (channel.enabled != 0 && !isProcessAlive(channel.enabled)) {
+            disableChannel(channel);
+        }
+    }
 }
 
 int AoDevice::send(std::uint32_t number, const AoSendRecord &record) {

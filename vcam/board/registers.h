@@ -37,7 +37,7 @@ struct AoPeriodSlot {
 // A channel's queue is a ring that the driver fills and the DAC empties. All counts only ever grow:
 // slots [played, queued) wait, except those below `flushed`, which are to be dropped.
 struct AoChannelRegisters {
-    Register enabled;
+    Register enabled; // the process that it is enabled for, 0: none
     Register paused;
     Register queued;  // periods taken from senders; written by the driver
     Register played;  // periods that have left the queue; written by the DAC

@@ -29,9 +29,9 @@ int passStatAt(const char *name, int dirFd, const char *path, Status *status, in
     return next(dirFd, cameraPlaceOf(path, buffer), status, flags);
 }
 
-int unlinkPath(const char *path, int flags) {
+int unlinkPath(const char *path, int flags, int dirFd = AT_FDCWD) {
     char buffer[cameraPathRoom];
-    return static_cast<int>(syscall(SYS_unlinkat, AT_FDCWD, cameraPlaceOf(path, buffer), flags));
+    return static_cast<int>(syscall(SYS_unlinkat, dirFd, cameraPlaceOf(path, buffer), flags));
 }
 
 } // namespace
@@ -96,6 +96,10 @@ INTERPOSE(int, chmod, (const char *path, mode_t mode)) {
 
 INTERPOSE(int, unlink, (const char *path)) {
     return unlinkPath(path, 0);
+}
+
+INTERPOSE(int, unlinkat, (int dirFd, const char *path, int flags)) {
+    return unlinkPath(path, flags, dirFd);
 }
 
 INTERPOSE(int, remove, (const char *path)) {
