@@ -1,10 +1,12 @@
 # How the project is compiled. `project_warnings` hold for everything, `project_flags` add the
 # sanitizers of a build that has some, `product_flags` what the code on the camera gives up:
 # exceptions, run-time type information and guarded statics, so that it needs no C++ runtime library.
+# A release of the product is compiled for size; compile_for_speed() excepts its sample loops.
 
 add_library(project_warnings INTERFACE)
 target_compile_options(project_warnings INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wno-format-nonliteral -Werror)
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wno-format-nonliteral -Werror
+    -Wno-psabi) # notes on what older compilers did on ARM
 
 add_library(project_flags INTERFACE)
 target_link_libraries(project_flags INTERFACE project_warnings)
@@ -19,4 +21,17 @@ endif()
 add_library(product_flags INTERFACE)
 target_link_libraries(product_flags INTERFACE project_flags)
 target_compile_options(product_flags INTERFACE
-    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+    -fvisibility-inlines-hidden
+    $<$<CONFIG:Release>:-Os -ffunction-sections -fdata-sections -fno-asynchronous-unwind-tables
+    -fno-unwind-tables>)
+# Only what is called stays, only libraries that are called are loaded; all of it is bound at the
+# start, and what was written for that is read-only from then on.
+target_link_options(product_flags INTERFACE
+    -static-libgcc
+    LINKER:--gc-sections,--as-needed,--hash-style=gnu,-z,relro,-z,now)
+
+# compile_for_speed(<source>...): sources of the calling folder that are mostly sample loops.
+function(compile_for_speed)
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-O3>")
+endfunction()

@@ -27,6 +27,7 @@ folder_view(base INTERFACE base)
 function(product_library target)
     cmake_parse_arguments(arg "" "" "SHOWS;HIDES;SOURCES;USES" ${ARGN})
     add_library(${target} STATIC ${arg_SOURCES})
+    target_compile_options(${target} PRIVATE -fPIE) # they end in programs
     folder_view(${target} PUBLIC ${arg_SHOWS})
     if(arg_HIDES)
         folder_view(${target} PRIVATE ${arg_HIDES})
