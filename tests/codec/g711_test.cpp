@@ -59,7 +59,7 @@ TEST_F(G711Test, DecodesByTheLawAnnouncedLast) {
     announce("ulaw", 1);
     std::uint32_t size = 640;
     const std::string out = outputOf([&] { EXPECT_EQ(-1, ops_.decode(handle(), &size)); });
-    EXPECT_EQ("[voxo] src/voxo_g711:#: G711Dec invalid mode\n", withoutLines(out));
+    EXPECT_EQ("[voxo] src/voxo_g711:#: G711Dec invalid mode\n", out);
     EXPECT_EQ(640U, size);
     announce("ULAW", 1);
     EXPECT_EQ(32124, decodeOne(0x80));
@@ -70,8 +70,7 @@ TEST_F(G711Test, TellsOfTheLawAsANumber) {
     std::copy_n("ULAW", 4, packet + 44);
     packet[48] = 3;
     const std::string out = outputOf([&] { ops_.setCodecInfo(handle(), packet); });
-    EXPECT_EQ("[voxo] src/voxo_g711:#: Recv CI of G.711 with 1463897173 law, 3 channel\n",
-              withoutLines(out));
+    EXPECT_EQ("[voxo] src/voxo_g711:#: Recv CI of G.711 with 1463897173 law, 3 channel\n", out);
 }
 
 TEST_F(G711Test, FollowsThePayloadSize) {
@@ -82,7 +81,7 @@ TEST_F(G711Test, FollowsThePayloadSize) {
     EXPECT_EQ("[voxo] src/voxo_g711:#: G.711 input frame size 320 (640)\n"
               "[voxo] src/voxo_g711:#: src/voxo_g711:#: G.711Dec initialized!\n"
               "[voxo] src/voxo_g711:#: src/voxo_g711:#: G.711Dec reseted!\n",
-              withoutLines(changed));
+              changed);
     EXPECT_EQ("", outputOf([&] { ops_.setIO(handle(), input, output, 320); }));
     EXPECT_EQ("", outputOf([&] { EXPECT_EQ(0, ops_.setIO(handle(), input, output, 0)); }));
     EXPECT_EQ(320U, handle()->frameSize);
@@ -93,7 +92,7 @@ TEST_F(G711Test, FollowsThePayloadSize) {
 
 TEST_F(G711Test, ReleasesOnce) {
     const std::string out = outputOf([&] { EXPECT_EQ(0, ops_.release(&ops_.codecDesc->handle)); });
-    EXPECT_EQ("src/voxo_g711:#: G.711Dec released!\n", withoutLines(out));
+    EXPECT_EQ("src/voxo_g711:#: G.711Dec released!\n", out);
     EXPECT_EQ("", outputOf([&] { EXPECT_EQ(-1, ops_.release(&ops_.codecDesc->handle)); }));
     outputOf([&] { EXPECT_EQ(-1, ops_.reset(nullptr)); });
 }

@@ -47,7 +47,7 @@ const Operation operations[] = {
     {"compress", enable, [] { return HI_MPI_AO_EnableMBC(0, 0); }},
 };
 
-class AoSweepTest : public MppTest {};
+using AoSweepTest = MppTest;
 
 // A block that is not mapped, unmapped or freed stays allocated.
 bool isBlockCommand(std::uint32_t command) {
@@ -60,9 +60,9 @@ void expectExactSound() {
     HI_MPI_AO_DisableReSmp(0, 0);
     HI_MPI_AO_DisableMBC(0, 0);
     EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 0));
-    EXPECT_EQ(0U, device().memoryHeld());
+    EXPECT_EQ(0U, device().held().memory);
     EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
-    std::vector<unsigned char> heard;
+    Bytes heard;
     device().answer(0xC0785805, [&](void *record) {
         heard = periodOf(record, 0);
         return 0;
@@ -82,17 +82,17 @@ TEST_F(AoSweepTest, LeavesTheModuleUsable) {
             messages([&] {
                 operation.prepare();
                 device().clearCalls();
-                device().failCommand(n);
+                device().failingCommand = n;
                 operation.run();
             });
-            const std::vector<std::uint32_t> commands = device().commands();
+            const Commands commands = device().commands();
             failed = commands.size() >= static_cast<std::size_t>(n);
             const bool ofBlock =
                 failed && isBlockCommand(commands[static_cast<std::size_t>(n) - 1]);
             device().reset();
             messages([&] { expectExactSound(); });
             // What the zones' driver does not take back stays with it, and nothing else does.
-            EXPECT_EQ(ofBlock ? 1U : 0U, device().blocksHeld());
+            EXPECT_EQ(ofBlock ? 1U : 0U, device().held().blocks);
             device().takeBlocksBack();
             ASSERT_FALSE(HasFailure()) << operation.name << ", command " << n;
         }

@@ -12,7 +12,7 @@ protected:
     ConcurrencyTest() {
         configure();
         HI_MPI_AO_Enable(0); // slot 0 is open before threads share it
-        device().record(false);
+        device().keepsCalls = false;
     }
 
     template <typename... Code>

@@ -11,24 +11,43 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <regex>
 #include <string>
 #include <vector>
+
+using Bytes = std::vector<unsigned char>;
+using Commands = std::vector<std::uint32_t>;
 
 // An error value as the interfaces return it.
 constexpr std::int32_t err(std::uint32_t value) {
     return static_cast<std::int32_t>(value);
 }
 
-// The messages in a text of reports, without the places they come from.
-inline std::string messagesOf(const std::string &reports) {
-    static const std::regex place(R"(\[Func\]:\w+ \[Line\]:\d+ \[Info\]:)");
-    return std::regex_replace(reports, place, "");
-}
-
+// What a piece of code reports, without the places that reports come from; what it writes to
+// standard output comes first, behind "out: ".
 template <typename Code>
 std::string messages(Code code) {
-    return messagesOf(errorsOf(code));
+    static const std::regex place(R"(\[Func\]:\w+ \[Line\]:\d+ \[Info\]:)");
+    Captured captured;
+    code();
+    const Captured::Texts texts = captured.texts();
+    return (texts.out.empty() ? "" : "out: " + texts.out) +
+           std::regex_replace(texts.err, place, "");
+}
+
+// A call, what it returns and what it says.
+struct Outcome {
+    std::uint32_t result;
+    std::string message;
+    std::function<std::int32_t()> call;
+};
+
+inline void expectOutcomes(const std::vector<Outcome> &outcomes) {
+    for (const Outcome &outcome : outcomes) {
+        const auto call = [&] { EXPECT_EQ(err(outcome.result), outcome.call()); };
+        EXPECT_EQ(outcome.message, messages(call));
+    }
 }
 
 class MppTest : public testing::Test {
@@ -41,8 +60,8 @@ protected:
     ~MppTest() override {
         device().reset();
         EXPECT_EQ(0, HI_MPI_SYS_Exit());
-        EXPECT_EQ(0U, device().memoryHeld());
-        EXPECT_EQ(0U, device().blocksHeld());
+        EXPECT_EQ(0U, device().held().memory);
+        EXPECT_EQ(0U, device().held().blocks);
     }
 
     // Sets the device up: 16 bits, stereo unless said otherwise.
@@ -62,27 +81,19 @@ struct TestFrame {
             left[i] = static_cast<unsigned char>(i * seed + i / 251);
             right[i] = static_cast<unsigned char>(255 - left[i]);
         }
-        frame.enBitwidth = width;
-        frame.enSoundmode = mode;
-        frame.pVirAddr[0] = left.data();
-        frame.pVirAddr[1] = right.data();
-        frame.u32Len = bytes;
-        frame.u64TimeStamp = 0x0123456789ABCDEF;
-        frame.u32Seq = 7;
+        frame = {width, mode, {left.data(), right.data()}, {}, 0x0123456789ABCDEF, 7, bytes, {}};
     }
 
-    std::vector<unsigned char> left;
-    std::vector<unsigned char> right;
+    Bytes left;
+    Bytes right;
     AUDIO_FRAME_S frame = {};
 };
 
 // The bytes that a send record's sub-channel points at.
-inline std::vector<unsigned char> periodOf(const void *record, std::uint32_t k) {
-    std::uint32_t address = 0;
-    std::uint32_t length = 0;
-    std::memcpy(&address, static_cast<const char *>(record) + 8 + std::size_t{4} * k, 4);
-    std::memcpy(&length, static_cast<const char *>(record) + 36, 4);
+inline Bytes periodOf(const void *record, std::uint32_t k) {
+    std::uint32_t words[30];
+    std::memcpy(words, record, sizeof words);
     const auto *const data =
-        reinterpret_cast<const unsigned char *>(static_cast<std::uintptr_t>(address));
-    return {data, data + length};
+        reinterpret_cast<const unsigned char *>(static_cast<std::uintptr_t>(words[2 + k]));
+    return {data, data + words[9]};
 }

@@ -14,24 +14,22 @@ protected:
     ~SysTest() override {
         device().reset();
         HI_MPI_SYS_Exit();
-        EXPECT_EQ(0U, device().mappingsHeld());
+        EXPECT_EQ(0U, device().held().mappings);
     }
 };
 
-using Commands = std::vector<std::uint32_t>;
-
 TEST_F(SysTest, StartsAndStopsInOrder) {
-    EXPECT_EQ(0, HI_MPI_SYS_Init());
-    EXPECT_EQ((Commands{0x00005900, 0x8008590E, 0x80045918}), device().commands());
-    EXPECT_EQ(O_RDWR, device().openFlags("/dev/sys"));
-    device().clearCalls();
-    EXPECT_EQ(0, HI_MPI_SYS_Init()); // again
-    EXPECT_EQ((Commands{0x00005900, 0x8008590E, 0x80045918}), device().commands());
-    const std::size_t descriptors = device().openDescriptors();
+    for (int repeated = 0; repeated < 2; ++repeated) {
+        device().clearCalls();
+        EXPECT_EQ(0, HI_MPI_SYS_Init());
+        EXPECT_EQ((Commands{0x00005900, 0x8008590E, 0x80045918}), device().commands());
+    }
+    EXPECT_EQ(O_RDWR, device().opensOf("/dev/sys").flags);
+    const std::size_t descriptors = device().held().descriptors;
     device().clearCalls();
     EXPECT_EQ(0, HI_MPI_SYS_Exit());
     EXPECT_EQ(Commands{0x00005901}, device().commands());
-    EXPECT_EQ(descriptors - 1, device().openDescriptors());
+    EXPECT_EQ(descriptors - 1, device().held().descriptors);
 }
 
 TEST_F(SysTest, KeepsBindingsAcrossARepeatedStart) {
@@ -48,49 +46,46 @@ TEST_F(SysTest, KeepsBindingsAcrossARepeatedStart) {
 }
 
 TEST_F(SysTest, TellsWhyItDoesNotStart) {
-    device().failOpen("/dev/sys");
-    EXPECT_EQ("open sys: No such file or directory\n",
-              errorsOf([] { EXPECT_EQ(err(0xA0028010), HI_MPI_SYS_Init()); }));
-    device().failOpen("/dev/sys", false);
+    const auto expectStart = [](std::uint32_t result, const char *message) {
+        expectOutcomes({{result, message, HI_MPI_SYS_Init}});
+    };
+    device().openAs("/dev/sys", -1);
+    expectStart(0xA0028010, "open sys: No such file or directory\n");
+    device().reset();
     device().answer(0x00005900, 77);
-    EXPECT_EQ("", errorsOf([] { EXPECT_EQ(77, HI_MPI_SYS_Init()); }));
+    expectStart(77, "");
     EXPECT_EQ(Commands{0x00005900}, device().commands()); // and no module has started
     device().answer(0x00005900, 0);
     device().answer(0x8008590E, -1);
-    EXPECT_EQ("System get Kernel Config failed!\nGet Kernel Config failed!\n"
-              "initialize audio mpi failed!\n",
-              messages([] { EXPECT_EQ(-1, HI_MPI_SYS_Init()); }));
+    expectStart(UINT32_MAX, "System get Kernel Config failed!\nGet Kernel Config failed!\n"
+                            "initialize audio mpi failed!\n");
     device().answer(0x8008590E, 0);
     device().answer(0x80045918, -1);
-    EXPECT_EQ("Get mode parameter failed\n", messages([] { EXPECT_EQ(0, HI_MPI_SYS_Init()); }));
+    expectStart(0, "Get mode parameter failed\n");
 }
 
 TEST_F(SysTest, KeepsItsDevicesWhenTheKernelStays) {
     ASSERT_EQ(0, HI_MPI_SYS_Init());
-    const std::size_t descriptors = device().openDescriptors();
+    const std::size_t descriptors = device().held().descriptors;
     device().answer(0x00005901, 5);
     EXPECT_EQ(5, HI_MPI_SYS_Exit());
-    EXPECT_EQ(descriptors, device().openDescriptors());
+    EXPECT_EQ(descriptors, device().held().descriptors);
 }
 
 TEST_F(SysTest, PassesTheConfiguration) {
-    device().answer(0x80045903, [](void *record) {
-        *static_cast<std::uint32_t *>(record) = 0xCAFE;
-        return 3;
-    });
+    device().answerWords(0x80045903, {0xCAFE}, 3);
     std::uint32_t config = 0;
     EXPECT_EQ(3, HI_MPI_SYS_GetConfig(&config));
     EXPECT_EQ(0xCAFEU, config);
-    EXPECT_EQ("null ptr!\n",
-              messages([] { EXPECT_EQ(err(0xA0028006), HI_MPI_SYS_GetConfig(nullptr)); }));
+    expectOutcomes({{0xA0028006, "null ptr!\n", [] { return HI_MPI_SYS_GetConfig(nullptr); }}});
     EXPECT_EQ(0, HI_MPI_SYS_SetConfig(&config));
-    EXPECT_EQ(0xCAFEU, device().callsOf(0x40045902).at(0).as<std::uint32_t>());
+    EXPECT_EQ(0xCAFEU, device().sent(0x40045902));
 }
 
 TEST_F(SysTest, MapsWholePages) {
     auto *const virt = static_cast<char *>(HI_MPI_SYS_Mmap(0x20001234, 8));
     ASSERT_NE(nullptr, virt);
-    EXPECT_EQ(0x1042, device().openFlags("/dev/mem"));
+    EXPECT_EQ(0x1042, device().opensOf("/dev/mem").flags);
     EXPECT_EQ(0x234U, reinterpret_cast<std::uintptr_t>(virt) & 0xFFF);
     EXPECT_EQ((std::pair<std::size_t, std::uint64_t>(0x1000, 0x20001000)), device().maps.back());
     EXPECT_EQ(0, HI_MPI_SYS_Munmap(virt, 8));
@@ -98,29 +93,26 @@ TEST_F(SysTest, MapsWholePages) {
     void *const across = HI_MPI_SYS_MmapCache(0xFFFFEFFF, 2);
     EXPECT_EQ((std::pair<std::size_t, std::uint64_t>(0x2000, 0xFFFFE000)), device().maps.back());
     EXPECT_EQ(0, HI_MPI_SYS_Munmap(across, 2));
-    EXPECT_EQ("Func: HI_MPI_SYS_Mmap u32Size can't be 0.\n",
-              outputOf([] { EXPECT_EQ(nullptr, HI_MPI_SYS_Mmap(0x1000, 0)); }));
-    EXPECT_EQ("Func: HI_MPI_SYS_MmapCache u32Size can't be 0.\n",
-              outputOf([] { EXPECT_EQ(nullptr, HI_MPI_SYS_MmapCache(0x1000, 0)); }));
-    device().failMemory(1);
-    EXPECT_EQ("mmap error: Cannot allocate memory\n",
-              errorsOf([] { EXPECT_EQ(nullptr, HI_MPI_SYS_Mmap(0x1000, 1)); }));
+    const auto isMapped = [](auto map, std::uint32_t size) {
+        return [=] { return map(0x1000, size) != nullptr ? 1 : 0; };
+    };
+    expectOutcomes(
+        {{0, "out: Func: HI_MPI_SYS_Mmap u32Size can't be 0.\n", isMapped(HI_MPI_SYS_Mmap, 0)},
+         {0, "out: Func: HI_MPI_SYS_MmapCache u32Size can't be 0.\n",
+          isMapped(HI_MPI_SYS_MmapCache, 0)}});
+    device().failingMemory = 1;
+    expectOutcomes({{0, "mmap error: Cannot allocate memory\n", isMapped(HI_MPI_SYS_Mmap, 1)}});
 }
 
 TEST_F(SysTest, FlushesWholeLines) {
     auto *const virt = reinterpret_cast<void *>(std::uintptr_t{0x40000070});
     EXPECT_EQ(0, HI_MPI_SYS_MflushCache(0x80000070, virt, 0x20));
-    struct Flush {
-        std::uint32_t phys, virt, length;
-    };
-    const auto record = device().callsOf(0x400C5915).at(0).as<Flush>();
-    EXPECT_EQ(0x80000040U, record.phys);
-    EXPECT_EQ(0x40000040U, record.virt);
-    EXPECT_EQ(0x80U, record.length); // up to the end of what was asked for
-    EXPECT_EQ("Null point \n",
-              messages([] { EXPECT_EQ(err(0xA0028006), HI_MPI_SYS_MflushCache(0, nullptr, 1)); }));
-    EXPECT_EQ("Func: HI_MPI_SYS_MflushCache u32Size can't be 0.\n",
-              outputOf([&] { EXPECT_EQ(err(0xA0028003), HI_MPI_SYS_MflushCache(0, virt, 0)); }));
+    using Flush = std::array<std::uint32_t, 3>; // up to the end of what was asked for
+    EXPECT_EQ((Flush{0x80000040, 0x40000040, 0x80}), device().sent<Flush>(0x400C5915));
+    expectOutcomes(
+        {{0xA0028006, "Null point \n", [] { return HI_MPI_SYS_MflushCache(0, nullptr, 1); }},
+         {0xA0028003, "out: Func: HI_MPI_SYS_MflushCache u32Size can't be 0.\n",
+          [&] { return HI_MPI_SYS_MflushCache(0, virt, 0); }}});
 }
 
 TEST_F(SysTest, ReachesRegisters) {
@@ -129,45 +121,39 @@ TEST_F(SysTest, ReachesRegisters) {
     EXPECT_EQ(0U, value);
     EXPECT_EQ(0, HI_MPI_SYS_SetReg(0x20050004, 5));
     EXPECT_EQ(err(0xA0028006), HI_MPI_SYS_GetReg(0x20050004, nullptr));
-    device().failMemory(1);
+    device().failingMemory = 1;
     errorsOf([] { EXPECT_EQ(-1, HI_MPI_SYS_SetReg(0x20050004, 5)); });
 }
 
 TEST_F(SysTest, ReachesTheLogDevice) {
-    device().failOpen("/dev/logmpp");
+    device().openAs("/dev/logmpp", -1);
     LOG_LEVEL_S level = {{1, 2, 3, 4, 5, 6}};
-    EXPECT_EQ("open: No such file or directory\n",
-              errorsOf([&] { EXPECT_EQ(ENOENT, HI_MPI_LOG_SetLevel(&level)); }));
-    device().failOpen("/dev/logmpp", false);
+    expectOutcomes(
+        {{ENOENT, "open: No such file or directory\n", [&] { return HI_MPI_LOG_SetLevel(&level); }},
+         {UINT32_MAX, "null ptr!\n", [] { return HI_MPI_LOG_SetLevel(nullptr); }}});
+    device().reset();
     EXPECT_EQ(0, HI_MPI_LOG_SetLevel(&level));
-    EXPECT_EQ(6U, device().callsOf(0x40184C00).at(0).as<LOG_LEVEL_S>().au32Word[5]);
-    device().answer(0xC0184C01, [](void *record) {
-        static_cast<LOG_LEVEL_S *>(record)->au32Word[0] = 9;
-        return 0;
-    });
+    EXPECT_EQ(6U, device().sent<LOG_LEVEL_S>(0x40184C00).au32Word[5]);
+    device().answerWords(0xC0184C01, {9});
     EXPECT_EQ(0, HI_MPI_LOG_GetLevel(&level));
     EXPECT_EQ(9U, level.au32Word[0]);
     EXPECT_EQ(0, HI_MPI_LOG_SetWaitFlag(1));
-    EXPECT_EQ(1U, device().callsOf(0x40044C03).at(0).as<std::uint32_t>());
+    EXPECT_EQ(1U, device().sent(0x40044C03));
     device().readText = "kernel says";
     char text[6] = {};
     EXPECT_EQ(6, HI_MPI_LOG_Read(text, 6));
     EXPECT_EQ("kernel", std::string(text, 6));
-    EXPECT_EQ("null ptr!\n", messages([] { EXPECT_EQ(-1, HI_MPI_LOG_SetLevel(nullptr)); }));
-    const int opens = device().openCount("/dev/logmpp");
+    const int opens = device().opensOf("/dev/logmpp").count;
     HI_MPI_LOG_Close();
     HI_MPI_LOG_Read(text, 6);
-    EXPECT_EQ(opens + 1, device().openCount("/dev/logmpp"));
+    EXPECT_EQ(opens + 1, device().opensOf("/dev/logmpp").count);
 }
 
 // A driver in tuning mode that grants runs one by one, or wakes the waiter for nothing.
 class TuningDriver {
 public:
     TuningDriver() {
-        device().answer(0x80045918, [](void *record) {
-            *static_cast<std::uint32_t *>(record) = 1;
-            return 0;
-        });
+        device().answerWords(0x80045918, {1});
         device().answer(0xC008591A, [this](void *record) { return wait(record); });
         device().answer(0x0000591B, [this](void *) {
             woken_ = true;

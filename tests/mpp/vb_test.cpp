@@ -1,7 +1,5 @@
 #include "tests/mpp/mpp_fixture.h"
 
-#include <cstring>
-
 namespace {
 
 class VbTest : public testing::Test {
@@ -10,16 +8,8 @@ protected:
         device().reset();
         EXPECT_EQ(0, HI_MPI_VB_Init());
         device().clearCalls();
-        device().answer(0xC010420B, [](void *record) { // a pool of 64 KiB
-            auto *const words = static_cast<std::uint32_t *>(record);
-            words[1] = 0x10000;
-            words[2] = 0x82000000;
-            return 0;
-        });
-        device().answer(0xC004420C, [this](void *record) {
-            *static_cast<std::uint32_t *>(record) = useCount_;
-            return 0;
-        });
+        device().answerWords(0xC010420B, {3, 0x10000, 0x82000000}); // a pool of 64 KiB
+        device().answerWords(useCommand, {0});
     }
     ~VbTest() override {
         device().reset();
@@ -27,85 +17,72 @@ protected:
             HI_MPI_VB_MunmapPool(3);
             HI_MPI_VB_Exit();
         });
-        EXPECT_EQ(0U, device().mappingsHeld());
+        EXPECT_EQ(0U, device().held().mappings);
     }
 
-    std::uint32_t useCount_ = 0;
+    static constexpr std::uint32_t useCommand = 0xC004420C;
 };
 
 TEST_F(VbTest, MapsAPoolOnce) {
-    EXPECT_EQ(0, HI_MPI_VB_MmapPool(3));
-    EXPECT_EQ("Pool 3 has mapped!\n", messages([] { EXPECT_EQ(0, HI_MPI_VB_MmapPool(3)); }));
     void *first = nullptr;
     void *virt = nullptr;
+    const auto find = [&](std::uint32_t phys) {
+        return [&virt, phys] { return HI_MPI_VB_GetBlkVirAddr(3, phys, &virt); };
+    };
+    const auto map = [] { return HI_MPI_VB_MmapPool(3); };
+    const auto unmap = [] { return HI_MPI_VB_MunmapPool(3); };
+    expectOutcomes({{0, "", map}, {0, "Pool 3 has mapped!\n", map}});
     EXPECT_EQ(0, HI_MPI_VB_GetBlkVirAddr(3, 0x82000000, &first));
-    EXPECT_EQ(0, HI_MPI_VB_GetBlkVirAddr(3, 0x82000000 + 0x1234, &virt));
+    expectOutcomes({{0xA0018003, "", find(0x82010000)}, // behind it
+                    {0xA0018003, "", find(0x81FFFFFF)},
+                    {0xA0018006, "", [] { return HI_MPI_VB_GetBlkVirAddr(3, 0, nullptr); }},
+                    {0, "", find(0x82000000 + 0x1234)}});
     EXPECT_EQ(0x1234, static_cast<char *>(virt) - static_cast<char *>(first));
-    EXPECT_EQ(err(0xA0018003), HI_MPI_VB_GetBlkVirAddr(3, 0x82010000, &virt)); // behind it
-    EXPECT_EQ(err(0xA0018003), HI_MPI_VB_GetBlkVirAddr(3, 0x81FFFFFF, &virt));
-    useCount_ = 2;
-    EXPECT_EQ("Vb pool 3  is used by some modules!\n",
-              messages([] { EXPECT_EQ(err(0xA0018012), HI_MPI_VB_MunmapPool(3)); }));
-    useCount_ = 0;
-    EXPECT_EQ(0, HI_MPI_VB_MunmapPool(3));
-    EXPECT_EQ("Pool 3 hasn't mapped!\n", messages([] { EXPECT_EQ(0, HI_MPI_VB_MunmapPool(3)); }));
-    EXPECT_EQ("Pool 3 hasn't mapped!\n", messages([&] {
-                  EXPECT_EQ(err(0xA0018010), HI_MPI_VB_GetBlkVirAddr(3, 0x82000000, &virt));
-              }));
-}
-
-TEST_F(VbTest, TellsWhyAPoolIsNotMapped) {
-    EXPECT_EQ("Illegal poolid 256!\n",
-              messages([] { EXPECT_EQ(err(0xA0018003), HI_MPI_VB_MmapPool(256)); }));
-    device().failMemory(1);
-    const std::string reports = messages([] { EXPECT_EQ(err(0xA001800C), HI_MPI_VB_MmapPool(3)); });
+    device().answerWords(useCommand, {2});
+    expectOutcomes({{0xA0018012, "Vb pool 3  is used by some modules!\n", unmap}});
+    device().answerWords(useCommand, {0});
+    expectOutcomes({{0, "", unmap},
+                    {0, "Pool 3 hasn't mapped!\n", unmap},
+                    {0xA0018010, "Pool 3 hasn't mapped!\n", find(0x82000000)},
+                    {0xA0018003, "Illegal poolid 256!\n", [] { return HI_MPI_VB_MmapPool(256); }}});
+    device().failingMemory = 1;
+    const std::string reports = messages([&] { EXPECT_EQ(err(0xA001800C), map()); });
     EXPECT_TRUE(reports.ends_with("Get vb pool 3' mmap user addr failed!\n"));
     device().answer(0xC010420B, 8);
-    EXPECT_EQ("Get vb pool 3's info failed!\n",
-              messages([] { EXPECT_EQ(8, HI_MPI_VB_MmapPool(3)); }));
-    EXPECT_EQ(err(0xA0018006), HI_MPI_VB_GetBlkVirAddr(3, 0, nullptr));
+    expectOutcomes({{8, "Get vb pool 3's info failed!\n", map}});
 }
 
 TEST_F(VbTest, ExchangesTheConfiguration) {
     VB_CONF_S config = {};
-    EXPECT_EQ("", errorsOf([] { EXPECT_EQ(err(0xA0018006), HI_MPI_VB_GetConfig(nullptr)); }));
-    EXPECT_EQ(0U, device().calls().size());
+    expectOutcomes({{0xA0018006, "", [] { return HI_MPI_VB_GetConfig(nullptr); }}});
+    EXPECT_EQ(Commands{}, device().commands());
     EXPECT_EQ(0, HI_MPI_VB_GetConfig(&config));
     config.astCommPool[15] = {4096, 2, {}};
     std::memset(config.astCommPool[15].acMmzName, 'z', 16);
-    EXPECT_EQ("mmz name len:16,it's too long\n",
-              outputOf([&] { EXPECT_EQ(err(0xA0018003), HI_MPI_VB_SetConfig(&config)); }));
+    expectOutcomes({{0xA0018003, "out: mmz name len:16,it's too long\n",
+                     [&] { return HI_MPI_VB_SetConfig(&config); }}});
     config.astCommPool[15].u32BlkCnt = 0; // not used, so not looked at
     EXPECT_EQ(0, HI_MPI_VB_SetConfig(&config));
     EXPECT_EQ(388U, device().callsOf(0x4184420A).at(0).record.size());
 }
 
 TEST_F(VbTest, HandsOutPoolsAndBlocks) {
-    device().answer(0xC0244201, [](void *record) {
-        *static_cast<std::uint32_t *>(record) = 9;
-        return 0;
-    });
-    device().answer(0xC0244203, [](void *record) {
-        static_cast<std::uint32_t *>(record)[3] = 77;
-        return 0;
-    });
-    device().answer(0xC0044205, [](void *record) {
-        *static_cast<std::uint32_t *>(record) = 0x82001000;
-        return 0;
-    });
+    device().answerWords(0xC0244201, {9});
+    device().answerWords(0xC0244203, {0, 0, 0, 77});
+    device().answerWords(0xC0044205, {0x82001000});
     EXPECT_EQ(9U, HI_MPI_VB_CreatePool(4096, 4, "a zone whose name is too long"));
     struct Pool {
         std::uint32_t pool, size, count, none, zero;
         char zone[16];
     };
-    const Pool pool = device().callsOf(0xC0244201).at(0).as<Pool>();
+    const Pool pool = device().sent<Pool>(0xC0244201);
     EXPECT_EQ(UINT32_MAX, pool.pool);
     EXPECT_EQ(UINT32_MAX, pool.none);
     EXPECT_STREQ("a zone whose na", pool.zone);
     EXPECT_EQ(77U, HI_MPI_VB_GetBlock(9, 100, "zone"));
     EXPECT_EQ(77U, HI_MPI_VB_GetBlock(VB_INVALID_POOL, 100, "zone"));
-    const Pool ofPool = device().callsOf(0xC0244203).at(0).as<Pool>();
-    const Pool ofAny = device().callsOf(0xC0244203).at(1).as<Pool>();
+    const Pool ofPool = device().sent<Pool>(0xC0244203);
+    const Pool ofAny = device().sent<Pool>(0xC0244203, 1);
     EXPECT_EQ(0U, ofPool.size); // only for any pool
     EXPECT_STREQ("", ofPool.zone);
     EXPECT_EQ(100U, ofAny.size);
@@ -117,8 +94,8 @@ TEST_F(VbTest, HandsOutPoolsAndBlocks) {
     EXPECT_EQ(VB_INVALID_POOL, HI_MPI_VB_BlockToPool(77));
     device().answer(0xC0244203, -1);
     EXPECT_EQ(VB_INVALID_HANDLE, HI_MPI_VB_GetBlock(9, 100, nullptr));
-    EXPECT_EQ("Illegal user id 23!\n",
-              messages([] { EXPECT_EQ(err(0xA0018003), HI_MPI_VB_InitUserPools(23)); }));
+    expectOutcomes(
+        {{0xA0018003, "Illegal user id 23!\n", [] { return HI_MPI_VB_InitUserPools(23); }}});
     EXPECT_EQ(0, HI_MPI_VB_InitUserPools(22));
     EXPECT_EQ(0, HI_MPI_VB_DestroyPool(9));
 }
@@ -132,12 +109,11 @@ TEST_F(VbTest, EndsWithTheDriversResult) {
     messages([&] { EXPECT_EQ(err(0xA0018010), HI_MPI_VB_GetBlkVirAddr(200, 0x82000000, &virt)); });
     HI_MPI_SYS_Munmap(virt, 0x10000);
     device().answer(0x00004208, 0);
-    const std::size_t descriptors = device().openDescriptors();
+    const std::size_t descriptors = device().held().descriptors;
     EXPECT_EQ(0, HI_MPI_VB_Exit());
-    EXPECT_EQ(descriptors - 1, device().openDescriptors());
-    device().failOpen("/dev/vb");
-    EXPECT_EQ("open err\n: No such file or directory\n",
-              errorsOf([] { EXPECT_EQ(err(0xA0018010), HI_MPI_VB_Init()); }));
+    EXPECT_EQ(descriptors - 1, device().held().descriptors);
+    device().openAs("/dev/vb", -1);
+    expectOutcomes({{0xA0018010, "open err\n: No such file or directory\n", HI_MPI_VB_Init}});
 }
 
 struct BlockRecord {
@@ -153,15 +129,14 @@ TEST(ZoneTest, AllocatesAoBlocks) {
     std::uint32_t phys = 0;
     void *virt = nullptr;
     ASSERT_EQ(0, VB_AllocAoBlock("a name of twenty chars", &phys, &virt, 65536));
-    const auto record = device().callsOf(0xC04C6D0A).at(0).as<BlockRecord>();
+    const auto record = device().sent<BlockRecord>(0xC04C6D0A);
     EXPECT_EQ(65536U, record.size);
     EXPECT_EQ(0x103U, record.mapping);
     EXPECT_STREQ("a name of twent", record.name);
     std::memset(virt, 1, 65536);
     EXPECT_EQ(0, VB_FreeAoBlock(phys));
-    EXPECT_EQ((std::vector<std::uint32_t>{0xC04C6D0A, 0xC04C6D14, 0xC04C6D16, 0x404C6D0C}),
-              device().commands());
-    EXPECT_EQ(phys, device().callsOf(0xC04C6D16).at(0).as<BlockRecord>().phys);
+    EXPECT_EQ((Commands{0xC04C6D0A, 0xC04C6D14, 0xC04C6D16, 0x404C6D0C}), device().commands());
+    EXPECT_EQ(phys, device().sent<BlockRecord>(0xC04C6D16).phys);
 
     void *untouched = &phys;
     device().answer(0xC04C6D14, 0); // says that it has mapped, and has not
@@ -180,7 +155,7 @@ TEST(ZoneTest, AllocatesSystemBlocks) {
     std::uint32_t phys = 0;
     void *virt = nullptr;
     ASSERT_EQ(0, HI_MPI_SYS_AllocBlock(&phys, &virt, "name", "zone", 4096));
-    EXPECT_STREQ("zone", device().callsOf(0xC04C6D0A).at(0).as<BlockRecord>().zone);
+    EXPECT_STREQ("zone", device().sent<BlockRecord>(0xC04C6D0A).zone);
     EXPECT_EQ(0, HI_MPI_SYS_FreeBlock(phys));
     ASSERT_EQ(0, HI_MPI_SYS_AllocBlockCached(&phys, &virt, "name", nullptr, 4096));
     EXPECT_EQ(reinterpret_cast<void *>(std::uintptr_t{0x30000000}), virt);
@@ -196,7 +171,7 @@ TEST(ZoneTest, AllocatesSystemBlocks) {
     EXPECT_EQ(0, HI_MPI_SYS_FlushBlock(0, nullptr, 0));
     EXPECT_EQ(12U, device().callsOf(0x400C6432).at(0).record.size());
     EXPECT_EQ(1U, device().callsOf(0x00006328).size());
-    EXPECT_EQ(0, HI_MPI_SYS_FreeBlock(device().callsOf(0xC04C6D15).at(0).as<BlockRecord>().phys));
+    EXPECT_EQ(0, HI_MPI_SYS_FreeBlock(device().sent<BlockRecord>(0xC04C6D15).phys));
 
     const struct {
         std::uint32_t command;
@@ -205,21 +180,18 @@ TEST(ZoneTest, AllocatesSystemBlocks) {
                     {0xC04C6D14, "System remap mmz memory failed!\n"},
                     {0xC04C6D16, "System unmap mmz memory failed!\n"},
                     {0x404C6D0C, "System free mmz memory failed!\n"}};
-    const std::size_t before = device().blocksHeld();
+    const std::size_t before = device().held().blocks;
     for (const auto &failure : failures) {
         device().reset();
         device().answer(failure.command, 6);
-        EXPECT_EQ(failure.message, messages([&] {
-                      std::int32_t result =
-                          HI_MPI_SYS_AllocBlock(&phys, &virt, "name", nullptr, 4096);
-                      if (result == 0) {
-                          result = HI_MPI_SYS_FreeBlock(phys);
-                      }
-                      EXPECT_EQ(6, result);
-                  }));
+        expectOutcomes({{6, failure.message, [&] {
+                             const std::int32_t result =
+                                 HI_MPI_SYS_AllocBlock(&phys, &virt, "name", nullptr, 4096);
+                             return result != 0 ? result : HI_MPI_SYS_FreeBlock(phys);
+                         }}});
         device().reset();
         HI_MPI_SYS_FreeBlock(phys);
-        EXPECT_EQ(before, device().blocksHeld()) << failure.message;
+        EXPECT_EQ(before, device().held().blocks) << failure.message;
     }
 }
 

@@ -3,13 +3,5 @@
 
 #include <cstddef>
 
-// Allocations of this thread since the object was made.
-class AllocationCount {
-public:
-    AllocationCount();
-    AllocationCount(const AllocationCount &) = delete;
-    AllocationCount &operator=(const AllocationCount &) = delete;
-    ~AllocationCount();
-
-    std::size_t get() const;
-};
+// Allocations of this thread; sanitized programs count from the first call on.
+std::size_t allocationCount();

@@ -25,20 +25,20 @@ private:
     int files_[2] = {-1, -1};
 };
 
-// Runs `code` and returns what it wrote to standard output, or to standard error.
+// The text with the source lines in it shown as '#': they come and go.
+std::string withoutLines(const std::string &text);
+
+// Runs `code` and returns what it wrote to standard output, or to standard error, without lines.
 template <typename Code>
 std::string outputOf(Code code) {
     Captured captured;
     code();
-    return captured.texts().out;
+    return withoutLines(captured.texts().out);
 }
 
 template <typename Code>
 std::string errorsOf(Code code) {
     Captured captured;
     code();
-    return captured.texts().err;
+    return withoutLines(captured.texts().err);
 }
-
-// The text with the source lines in it shown as '#': they come and go.
-std::string withoutLines(const std::string &text);

@@ -18,8 +18,8 @@ private:
     std::filesystem::path path_;
 };
 
-// While it lasts, connect, bind, ftok, stat, access, mkfifo, open, unlink and chmod find the
-// camera's paths under the directory, and socket time-outs are a hundredth of what is asked for.
+// While it lasts, calls that name a file or a local socket find the camera's paths under the
+// directory, and socket time-outs are a hundredth of what is asked for.
 class RedirectedPaths {
 public:
     explicit RedirectedPaths(const std::filesystem::path &dir);

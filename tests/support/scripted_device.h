@@ -6,15 +6,12 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <map>
-#include <mutex>
-#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-// A call that reached the door.
+// A command that reached the door.
 struct DeviceCall {
-    std::string path;
     std::uint32_t command;
     std::vector<unsigned char> record; // as it was handed over
 
@@ -30,84 +27,54 @@ class ScriptedDevice {
 public:
     using Answer = std::function<int(void *record)>;
 
-    // The device that the door leads to.
-    static ScriptedDevice &instance();
-
     // Forgets everything: a driver that says 0 to all commands, keeps attributes, is ready, and
     // hands out memory. Descriptors that are still open stay valid.
     void reset();
 
-    // Answers a command by a function (of the record, which may be changed) or a plain result.
+    // Answers a command by a function (of the record, which may be changed), by a plain result, or
+    // by words that the record's first ones become.
     void answer(std::uint32_t command, Answer answer);
     void answer(std::uint32_t command, int result);
+    void answerWords(std::uint32_t command, std::vector<std::uint32_t> words, int result = 0);
 
-    // Lets the open of a path fail, or yield a descriptor of one's choice.
-    void failOpen(const std::string &path, bool fails = true);
+    // Lets the open of a path yield a descriptor of one's choice; -1: it fails.
     void openAs(const std::string &path, int fd);
 
-    // Lets the n-th command from now on (1: the next one) fail with -1; 0: none.
-    void failCommand(int n);
-    // Lets the n-th memory request from now on fail; 0: none.
-    void failMemory(int n);
-
-    std::vector<DeviceCall> calls() const;
-    std::vector<DeviceCall> callsOf(std::uint32_t command) const;
     std::vector<std::uint32_t> commands() const;
+    std::vector<DeviceCall> callsOf(std::uint32_t command) const;
     void clearCalls();
-    void record(bool on); // off: calls are answered but not kept
 
-    int openCount(const std::string &path) const; // opens so far
-    int openFlags(const std::string &path) const; // of the last open
-    std::size_t openDescriptors() const;
-    std::size_t memoryHeld() const;   // blocks of Device_AllocVisible
-    std::size_t blocksHeld() const;   // blocks of the memory zones
-    std::size_t mappingsHeld() const; // mappings of physical memory
-    void takeBlocksBack();            // as the kernel does when a process ends
+    // The n-th record of a command.
+    template <typename Record = std::uint32_t>
+    Record sent(std::uint32_t command, std::size_t n = 0) const {
+        return callsOf(command).at(n).as<Record>();
+    }
 
+    // The opens of a path so far, and the flags of the last one.
+    struct Opens {
+        int count = 0;
+        int flags = 0;
+    };
+    Opens opensOf(const std::string &path) const;
+
+    // What the library has not given back: descriptors, blocks of Device_AllocVisible, blocks of
+    // the memory zones, mappings of physical memory.
+    struct Held {
+        std::size_t descriptors;
+        std::size_t memory;
+        std::size_t blocks;
+        std::size_t mappings;
+    };
+    Held held() const;
+    void takeBlocksBack(); // as the kernel does when a process ends
+
+    // The n-th command (1: the next one) or memory request from now on that fails; 0: none.
+    int failingCommand = 0;
+    int failingMemory = 0;
+    bool keepsCalls = true;                                  // else they are just answered
     std::string readText;                                    // what Device_Read hands out
     std::vector<std::pair<std::size_t, std::uint64_t>> maps; // length and offset
-
-    // The door.
-    int open(const char *path, int flags);
-    int command(int fd, std::uint32_t command, void *record);
-    void *map(int fd, std::size_t length, std::uint64_t offset);
-    int unmap(void *address, std::size_t length);
-    long read(int fd, void *buffer, std::size_t size);
-    int close(int fd);
-    void *allocate(std::size_t size);
-    void free(void *memory, std::size_t size);
-
-private:
-    ScriptedDevice() { reset(); }
-    void answerAsDriver();
-    int allocateBlock(void *record);
-    int mapBlock(void *record);
-    int freeBlock(const void *record);
-
-    mutable std::recursive_mutex mutex_;
-    std::map<std::uint32_t, Answer> answers_;
-    std::vector<DeviceCall> calls_;
-    std::map<int, std::string> descriptors_;
-    std::map<std::string, int> opens_;
-    std::map<std::string, int> flags_;
-    std::map<std::string, int> chosen_;
-    std::set<std::string> failing_;
-    std::map<std::uint32_t, void *> blocks_;
-    std::map<void *, std::size_t> memory_;
-    std::map<void *, std::size_t> mappings_;
-    bool records_ = true;
-    int nextFd_ = 100;
-    std::uint32_t nextPhys_ = 0x80000000;
-    int commandsToFailure_ = 0;
-    int memoryToFailure_ = 0;
-    std::vector<unsigned char> attributes_;
 };
 
-// Shorthand for the tests.
-inline ScriptedDevice &device() {
-    return ScriptedDevice::instance();
-}
-
-// Memory below 4 GiB, as drivers hand it out.
-void *lowMemory(std::size_t size);
-void freeLowMemory(void *memory, std::size_t size);
+// The device that the door leads to.
+ScriptedDevice &device();
