@@ -55,7 +55,7 @@ protected:
         takeSystemLog();
         EXPECT_EQ(static_cast<ssize_t>(bytes.size()), write(fifo_, bytes.data(), bytes.size()));
         Received received = {};
-        received.out = withoutLines(outputOf([&] { received.result = voxoReceiveFIFOCmd(fifo_); }));
+        received.out = outputOf([&] { received.result = voxoReceiveFIFOCmd(fifo_); });
         received.log = takeSystemLog();
         return received;
     }
@@ -68,17 +68,11 @@ protected:
         return received.out.substr(received.out.find('\n') + 1);
     }
 
-    void expectEmpty() const {
-        char byte = 0;
-        EXPECT_EQ(-1, read(fifo_, &byte, 1));
-    }
-
     int fifo_ = -1;
 };
 
 TEST_F(FifoTest, ObeysControlMessages) {
-    Requests requests;
-    const FakeTessel tessel(dir_.path(), [&](int fd) { requests.add(FakeTessel::receive(fd)); });
+    const FakeTessel tessel(dir_.path(), "");
     EXPECT_EQ("Get control message!!\nGet start!!\n", outputFor(control(start)));
     EXPECT_EQ(1, clipStart);
     EXPECT_EQ("Get control message!!\n", outputFor(control(other)));
@@ -90,17 +84,15 @@ TEST_F(FifoTest, ObeysControlMessages) {
     EXPECT_EQ(1U, device().callsOf(0x0000580C).size()); // the output is cleared
     EXPECT_EQ("Get control message!!\nGet stop!!\n", outputFor(control(stop)));
     const std::string report = "set NameValue 99 0 0\nstatus_audioclip_playing=0";
-    EXPECT_EQ((std::vector<std::string>{report, report}), requests.all());
+    EXPECT_EQ((std::vector<std::string>{report, report}), tessel.requests());
     // More entries than there is room for.
-    std::string many;
-    for (int i = 0; i < 15; ++i) {
-        many += start;
-    }
+    std::string entries;
     std::string expected = "Get control message!!\n";
-    for (int i = 0; i < 10; ++i) {
-        expected += "Get start!!\n";
+    for (int i = 0; i < 15; ++i) {
+        entries += start;
+        expected += i < 10 ? "Get start!!\n" : "";
     }
-    EXPECT_EQ(expected, outputFor(control(many)));
+    EXPECT_EQ(expected, outputFor(control(entries)));
 }
 
 TEST_F(FifoTest, TakesLocations) {
@@ -120,26 +112,25 @@ TEST_F(FifoTest, TakesLocations) {
 TEST_F(FifoTest, ReportsWhatItCannotFrame) {
     const std::string good = location("/good");
     const std::string error = "debug Receive FIFO Cmd error!\n";
-    const struct {
-        const char *name;
-        std::string bytes;
-        std::string log;
-    } cases[] = {{"short", std::string("\2\4\1", 3), ""},
-                 {"type 0", std::string("\0\4\1\0", 4), ""},
-                 {"type 5", std::string("\5\4\1\0", 4), ""},
-                 {"second byte 0", std::string("\2\0\1\0", 4), ""},
-                 {"header length 3", std::string("\2\3\1\0", 4), error},
-                 {"no body", std::string("\2\4\5\0", 4), error},
-                 {"nothing at all", std::string("\2\4\0\0", 4), error},
-                 {"too long", message(2, std::string(1020, 'x')), error},
-                 {"longest", message(2, std::string(60000, 'x')), error}};
-    for (const auto &bad : cases) {
-        const Received received = receive(bad.bytes);
-        EXPECT_EQ(-1, received.result) << bad.name;
-        EXPECT_EQ("", received.out) << bad.name;
-        EXPECT_EQ(bad.log, received.log) << bad.name;
-        expectEmpty();
-        EXPECT_EQ("Get location: /good\n", outputFor(good)) << bad.name;
+    const std::pair<std::string, std::string> cases[] = {
+        {{"\2\4\1", 3}, ""},                         // short
+        {{"\0\4\1\0", 4}, ""},                       // type 0
+        {{"\5\4\1\0", 4}, ""},                       // type 5
+        {{"\2\0\1\0", 4}, ""},                       // second byte 0
+        {{"\2\3\1\0", 4}, error},                    // header length 3
+        {{"\2\4\5\0", 4}, error},                    // no body
+        {{"\2\4\0\0", 4}, error},                    // nothing at all
+        {message(2, std::string(1020, 'x')), error}, // too long
+        {message(2, std::string(60000, 'x')), error}};
+    for (const auto &[bytes, log] : cases) {
+        SCOPED_TRACE(testing::PrintToString(bytes.substr(0, 8)));
+        const Received received = receive(bytes);
+        EXPECT_EQ(-1, received.result);
+        EXPECT_EQ("", received.out);
+        EXPECT_EQ(log, received.log);
+        char byte = 0;
+        EXPECT_EQ(-1, read(fifo_, &byte, 1)); // drained
+        EXPECT_EQ("Get location: /good\n", outputFor(good));
     }
     // The longest that fits with a terminator.
     const std::string path = "<m><data type='7'>" + std::string(1019 - 31, 'x') + "</data></m>";
@@ -151,18 +142,18 @@ TEST_F(FifoTest, ReportsWhatItCannotFrame) {
 }
 
 TEST_F(FifoTest, ReportsWhatItCannotParse) {
+    const auto expectRefused = [&](unsigned char type, const char *body) {
+        const std::string log = receive(message(type, body)).log;
+        const std::string kind = type == 2 ? "control" : "data";
+        EXPECT_NE(std::string::npos,
+                  log.find("debug [FIFO Message] Parse " + kind + " message error! [LINE:"))
+            << body;
+    };
     for (const char *body : {"<message><control", "no XML", "<a/><b/>", "<m>\x01</m>"}) {
-        EXPECT_NE(std::string::npos,
-                  receive(message(2, body))
-                      .log.find("debug [FIFO Message] Parse control message error! [LINE:"))
-            << body;
-        EXPECT_NE(std::string::npos,
-                  receive(message(3, body))
-                      .log.find("debug [FIFO Message] Parse data message error! [LINE:"))
-            << body;
+        expectRefused(2, body);
+        expectRefused(3, body);
     }
-    EXPECT_NE(std::string::npos,
-              receive(message(3, "<m><other/></m>")).log.find("Parse data message error!"));
+    expectRefused(3, "<m><other/></m>");
     // A message cut in two: the half that came is refused, and so is what comes behind it.
     const std::string whole = location("/split");
     EXPECT_EQ(0, receive(whole.substr(0, 30)).result);
@@ -173,16 +164,9 @@ TEST_F(FifoTest, ReportsWhatItCannotParse) {
 TEST_F(FifoTest, AsksForTwoWayAudio) {
     // What the daemon says when it is answered this, and what it asks.
     const auto check = [&](const std::string &status, std::vector<std::string> expected) {
-        Requests requests;
-        std::string out;
-        {
-            const FakeTessel tessel(dir_.path(), [&](int fd) {
-                requests.add(FakeTessel::receive(fd));
-                send(fd, status.data(), status.size(), MSG_NOSIGNAL);
-            });
-            out = outputOf([] { voxoCheck2WayAudio(); });
-        }
-        EXPECT_EQ(expected, requests.all());
+        const FakeTessel tessel(dir_.path(), status);
+        const std::string out = outputOf([] { voxoCheck2WayAudio(); });
+        EXPECT_EQ(expected, tessel.requests());
         return out;
     };
     const std::string query = "get Value 99 0\nstatus_onlinenum_sip";
@@ -212,18 +196,18 @@ TEST_F(FifoTest, HearsAMessageUnderAFloodOfEmptyDatagrams) {
 }
 
 TEST_F(FifoTest, MakesTheFifoOrReusesIt) {
-    EXPECT_TRUE(std::filesystem::is_fifo(dir_.path() / "var/run/voxo/c0/controlfifo"));
+    const std::filesystem::path path = dir_.path() / "var/run/voxo/c0/controlfifo";
+    EXPECT_TRUE(std::filesystem::is_fifo(path));
     const std::string again = outputOf([] { EXPECT_EQ(0, voxoInitFIFO()); });
     EXPECT_EQ("Initial FIFO succeeded, fd = " + std::to_string(voxoContext.fifoFd) + "\n", again);
     close(voxoContext.fifoFd);
-    const std::filesystem::path path = dir_.path() / "var/run/voxo/c0/controlfifo";
     std::filesystem::remove(path);
     std::ofstream(path) << "a plain file would be readable for ever";
     EXPECT_EQ("[voxo] src/voxo:#: Open FIFO fail, path = /var/run/voxo/c0/controlfifo\n",
-              withoutLines(outputOf([] { EXPECT_EQ(-1, voxoInitFIFO()); })));
+              outputOf([] { EXPECT_EQ(-1, voxoInitFIFO()); }));
     std::filesystem::remove_all(path.parent_path());
     EXPECT_EQ("[voxo] src/voxo:#: Make a FIFO file fail, path = /var/run/voxo/c0/controlfifo\n",
-              withoutLines(outputOf([] { EXPECT_EQ(-1, voxoInitFIFO()); })));
+              outputOf([] { EXPECT_EQ(-1, voxoInitFIFO()); }));
 }
 
 } // namespace

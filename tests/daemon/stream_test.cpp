@@ -20,7 +20,7 @@ protected:
     }
 
     std::string reportOf(const Record &record) {
-        return withoutLines(outputOf([&] { EXPECT_EQ(RecordResult::goOn, handle(record)); }));
+        return outputOf([&] { EXPECT_EQ(RecordResult::goOn, handle(record)); });
     }
 
     void quietly(const Record &record) {
@@ -267,7 +267,7 @@ TEST_F(StreamTest, TellsOfWhatFails) {
     const std::string out = outputOf([&] {
         EXPECT_EQ(RecordResult::stopDaemon, handle(audioRecord(std::vector<std::uint8_t>(640))));
     });
-    EXPECT_EQ("[voxo] src/voxo:#: src/voxo:#: setIO failed!\n", withoutLines(out));
+    EXPECT_EQ("[voxo] src/voxo:#: src/voxo:#: setIO failed!\n", out);
     voxoContext.decoder.setIO = setIO;
 }
 

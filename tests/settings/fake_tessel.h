@@ -7,7 +7,6 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
@@ -17,47 +16,31 @@
 #include <thread>
 #include <vector>
 
-// What a daemon's thread has been told, for the test's own thread.
-class Requests {
-public:
-    void add(const std::string &request) {
-        const std::lock_guard guard(mutex_);
-        all_.push_back(request);
-    }
-    std::vector<std::string> all() const {
-        const std::lock_guard guard(mutex_);
-        return all_;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::vector<std::string> all_;
-};
-
-// Answers each connection to <dir>/tmp/tessel by a function of its descriptor.
+// Answers each connection to <dir>/tmp/tessel by a reply, or by a function of its descriptor.
 class FakeTessel {
 public:
-    FakeTessel(const std::filesystem::path &dir, std::function<void(int fd)> serve)
+    FakeTessel(const std::filesystem::path &dir, std::function<void(FakeTessel &, int fd)> serve)
         : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), serve_(std::move(serve)) {
-        std::filesystem::create_directories(dir / "tmp");
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::filesystem::remove(dir / "tmp/tessel");
-        (dir / "tmp/tessel").string().copy(address.sun_path, sizeof address.sun_path - 1);
+        const std::filesystem::path path = dir / "tmp/tessel";
+        std::filesystem::create_directories(path.parent_path());
+        std::filesystem::remove(path);
+        sockaddr_un address = {AF_UNIX, {}};
+        path.string().copy(address.sun_path, sizeof address.sun_path - 1);
         EXPECT_EQ(
             0, ::bind(socket_.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address));
         EXPECT_EQ(0, ::listen(socket_.get(), 8));
         thread_ = std::thread([this] {
-            for (;;) {
-                const UniqueFd connection(accept(socket_.get(), nullptr, nullptr));
-                if (!connection) {
-                    return;
-                }
-                serve_(connection.get());
+            while (const UniqueFd connection{accept(socket_.get(), nullptr, nullptr)}) {
+                serve_(*this, connection.get());
                 ++served_;
             }
         });
     }
+    FakeTessel(const std::filesystem::path &dir, const std::string &reply)
+        : FakeTessel(dir, [reply](FakeTessel &self, int fd) {
+              self.receive(fd);
+              self.reply(fd, reply);
+          }) {}
     FakeTessel(const FakeTessel &) = delete;
     FakeTessel &operator=(const FakeTessel &) = delete;
     ~FakeTessel() {
@@ -65,17 +48,28 @@ public:
         thread_.join();
     }
 
-    int served() const { return served_; }
-
-    static std::string receive(int fd) {
+    // For the function: takes a request, which requests() then tells, and replies.
+    void receive(int fd) {
         char request[16384];
         const ssize_t count = recv(fd, request, sizeof request, 0);
-        return {request, static_cast<std::size_t>(count > 0 ? count : 0)};
+        const std::lock_guard guard(mutex_);
+        requests_.emplace_back(request, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
+    static void reply(int fd, const std::string &text) {
+        send(fd, text.data(), text.size(), MSG_NOSIGNAL);
+    }
+
+    std::vector<std::string> requests() const {
+        const std::lock_guard guard(mutex_);
+        return requests_;
+    }
+    int served() const { return served_; }
 
 private:
     UniqueFd socket_;
-    std::function<void(int)> serve_;
+    std::function<void(FakeTessel &, int)> serve_;
+    mutable std::mutex mutex_;
+    std::vector<std::string> requests_;
     std::atomic<int> served_{0};
     std::thread thread_;
 };

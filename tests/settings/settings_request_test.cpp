@@ -24,39 +24,34 @@ SETTINGS_REQUEST makeRequest(std::uint32_t kind, const char *method, const char 
 
 class RequestTest : public testing::Test {
 protected:
-    // Sends a request to a daemon that says `reply`; what it was sent is in `received`.
-    std::int32_t ask(const SETTINGS_REQUEST &request, const std::string &reply, char *buffer,
-                     std::uint32_t room) {
-        const FakeTessel tessel(dir_.path(), [&](int fd) {
-            received = FakeTessel::receive(fd);
-            send(fd, reply.data(), reply.size(), MSG_NOSIGNAL);
-        });
-        return settings_request(&request, buffer, room);
+    // What a daemon receives of a request.
+    std::string sent(const SETTINGS_REQUEST &request) {
+        const FakeTessel tessel(dir_.path(), "");
+        settings_request(&request, reply_, sizeof reply_);
+        return tessel.requests().at(0);
+    }
+
+    // Sends a request to a daemon that says `reply`.
+    std::int32_t ask(const std::string &reply, char *buffer, std::uint32_t room) {
+        const FakeTessel tessel(dir_.path(), reply);
+        return settings_request(&request_, buffer, room);
     }
 
     TemporaryDirectory dir_;
     RedirectedPaths paths_{dir_.path()};
-    std::string received;
+    const SETTINGS_REQUEST request_ = makeRequest(0, "M", "body");
     char reply_[64] = {};
 };
 
 TEST_F(RequestTest, FormatsEachKind) {
-    ask(makeRequest(0, "Value", "some_key"), "", reply_, sizeof reply_);
-    EXPECT_EQ("get Value 99 7\nsome_key", received);
-    ask(makeRequest(1, "NameValue", "key=1\n"), "", reply_, sizeof reply_);
-    EXPECT_EQ("set NameValue 99 -2 7\nkey=1\n", received);
-    ask(makeRequest(2, "All", "body"), "", reply_, sizeof reply_);
-    EXPECT_EQ("apply All 99 -2 now\nbody", received);
+    EXPECT_EQ("get Value 99 7\nsome_key", sent(makeRequest(0, "Value", "some_key")));
+    EXPECT_EQ("set NameValue 99 -2 7\nkey=1\n", sent(makeRequest(1, "NameValue", "key=1\n")));
+    EXPECT_EQ("apply All 99 -2 now\nbody", sent(makeRequest(2, "All", "body")));
     // A method that fills its field has no terminator.
-    ask(makeRequest(0, "sixteencharacter", ""), "", reply_, sizeof reply_);
-    EXPECT_EQ("get sixteencharacter 99 7\n", received);
-}
-
-TEST_F(RequestTest, CutsALongRequest) {
-    const std::string body(9000, 'b');
-    ask(makeRequest(1, "M", body.c_str()), "", reply_, sizeof reply_);
-    EXPECT_EQ(8190U, received.size());
-    EXPECT_TRUE(received.starts_with("set M 99 -2 7\nbbb"));
+    EXPECT_EQ("get sixteencharacter 99 7\n", sent(makeRequest(0, "sixteencharacter", "")));
+    const std::string body(9000, 'b'); // is cut
+    EXPECT_EQ("set M 99 -2 7\n" + body.substr(0, 8190 - 14),
+              sent(makeRequest(1, "M", body.c_str())));
 }
 
 TEST_F(RequestTest, RefusesBeforeItConnects) {
@@ -67,58 +62,48 @@ TEST_F(RequestTest, RefusesBeforeItConnects) {
     for (const SETTINGS_REQUEST &request : refused) {
         EXPECT_EQ("", outputOf([&] { EXPECT_EQ(-1, settings_request(&request, reply_, 64)); }));
     }
-}
-
-TEST_F(RequestTest, SaysThatNobodyIsThere) {
-    const SETTINGS_REQUEST request = makeRequest(0, "M", "body");
     EXPECT_EQ("connect failed!",
-              outputOf([&] { EXPECT_EQ(-1, settings_request(&request, reply_, 64)); }));
+              outputOf([&] { EXPECT_EQ(-1, settings_request(&request_, reply_, 64)); }));
 }
 
 TEST_F(RequestTest, TakesAReplyThatFits) {
-    const SETTINGS_REQUEST request = makeRequest(0, "M", "body");
-    EXPECT_EQ(0, ask(request, "1234567", reply_, 8));
+    EXPECT_EQ(0, ask("1234567", reply_, 8));
     EXPECT_STREQ("1234567", reply_);
-    EXPECT_EQ("", outputOf([&] { EXPECT_EQ(-1, ask(request, "12345678", reply_, 8)); }));
-    EXPECT_EQ(0, ask(request, "", reply_, 8)); // closed without an answer
+    EXPECT_EQ("", outputOf([&] { EXPECT_EQ(-1, ask("12345678", reply_, 8)); }));
+    EXPECT_EQ(0, ask("", reply_, 8)); // closed without an answer
     EXPECT_STREQ("", reply_);
-    EXPECT_EQ(-1, ask(request, "1", reply_, 0));
-}
-
-TEST_F(RequestTest, PrintsAReplyThatNobodyTakes) {
-    const SETTINGS_REQUEST request = makeRequest(0, "M", "body");
-    const std::string reply(3000, 'r');
-    EXPECT_EQ(reply, outputOf([&] { EXPECT_EQ(0, ask(request, reply, nullptr, 0)); }));
+    EXPECT_EQ(-1, ask("1", reply_, 0));
+    const std::string reply(3000, 'r'); // that nobody takes is printed
+    EXPECT_EQ(reply, outputOf([&] { EXPECT_EQ(0, ask(reply, nullptr, 0)); }));
 }
 
 TEST_F(RequestTest, GivesASilentDaemonUp) {
-    const FakeTessel tessel(dir_.path(), [&](int fd) {
-        FakeTessel::receive(fd);
-        FakeTessel::receive(fd); // until the client has gone
+    const FakeTessel tessel(dir_.path(), [&](FakeTessel &self, int fd) {
+        self.receive(fd);
+        self.receive(fd); // until the client has gone
     });
-    const SETTINGS_REQUEST request = makeRequest(0, "M", "body");
     for (char *const buffer : {reply_, static_cast<char *>(nullptr)}) {
         EXPECT_EQ("Read timeout (11). Resource temporarily unavailable\n",
-                  outputOf([&] { EXPECT_EQ(-1, settings_request(&request, buffer, 64)); }));
+                  outputOf([&] { EXPECT_EQ(-1, settings_request(&request_, buffer, 64)); }));
     }
 }
 
 // No signal, no hang, no descriptor left, whenever the daemon goes.
 TEST_F(RequestTest, SurvivesADaemonThatGoes) {
-    const SETTINGS_REQUEST request = makeRequest(1, "NameValue", "key=value");
-    std::atomic<int> connection{0};
-    const FakeTessel tessel(dir_.path(), [&](int fd) {
-        if (connection++ % 2 == 0) {
-            FakeTessel::receive(fd); // goes without an answer, else with the request unread
+    const FakeTessel tessel(dir_.path(), [](FakeTessel &self, int fd) {
+        if (self.served() % 2 == 0) {
+            self.receive(fd); // goes without an answer, else with the request unread
         }
     });
-    outputOf([&] { settings_request(&request, reply_, 64); });
+    const auto ask = [this](int times) {
+        const Captured quiet;
+        for (int i = 0; i < times; ++i) {
+            settings_request(&request_, reply_, 64);
+        }
+    };
+    ask(1);
     const std::size_t descriptors = openDescriptorCount();
-    outputOf([&] {
-        for (int i = 0; i < 10000; ++i) {
-            settings_request(&request, reply_, 64);
-        }
-    });
+    ask(10000);
     while (tessel.served() < 10001) {
         usleep(1000);
     }

@@ -14,6 +14,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <optional>
 
 namespace {
 
@@ -21,6 +22,18 @@ namespace {
 class SnapshotTest : public testing::Test {
 protected:
     std::filesystem::path keyFile() const { return dir_.path() / "usr/sbin/tessel"; }
+    key_t key() const { return ftok(keyFile().c_str(), 'c'); }
+
+    void publish(const SettingsStore &store) {
+        snapshot_.emplace(keyFile());
+        ASSERT_TRUE(snapshot_->write(store));
+    }
+
+    unsigned attachments() const {
+        shmid_ds status = {};
+        EXPECT_EQ(0, shmctl(shmget(key(), 0, 0), IPC_STAT, &status));
+        return static_cast<unsigned>(status.shm_nattch);
+    }
 
     std::int32_t get(const std::string &key, std::uint32_t room = 4) {
         value_.assign(room + 1, '#');
@@ -36,6 +49,7 @@ protected:
 
     TemporaryDirectory dir_;
     RedirectedPaths paths_{dir_.path()};
+    std::optional<Snapshot> snapshot_;
     std::string value_;
 };
 
@@ -49,9 +63,12 @@ TEST_F(SnapshotTest, ReadsValuesAcrossAliases) {
     store.setAlias("lost", "nowhere_at_all");
     store.setAlias("round", "round_about");
     store.setAlias("round_about", "round");
-    Snapshot snapshot(keyFile());
-    ASSERT_TRUE(snapshot.write(store));
-
+    store.set("a0", "1");
+    for (int i = 1; i <= 17; ++i) {
+        store.setAlias("a" + std::to_string(i), "a" + std::to_string(i - 1));
+    }
+    publish(store);
+    EXPECT_EQ("1", valueOf("a16")); // as far as aliases are followed
     EXPECT_EQ("80", valueOf("audioout_c0_volume"));
     EXPECT_EQ(0, std::memcmp(value_.data(), "80\0", 4)); // the rest of the room is zero
     EXPECT_EQ("80", valueOf("old_volume"));
@@ -60,64 +77,44 @@ TEST_F(SnapshotTest, ReadsValuesAcrossAliases) {
     EXPECT_EQ(-1, get("audioout_c0_long"));
     EXPECT_EQ("1000", value_.substr(0, 4));
     EXPECT_EQ("1000", valueOf("audioout_c0_long", 5));
-    for (const char *key : {"audio_c0_volume", "audioout_c0", "audioout_c0_volume_x", "lost",
+    for (const char *key : {"audio_c0_volume", "audioout_c0", "audioout_c0_volume_x", "lost", "a17",
                             "round", "", "_", "audioout__volume"}) {
         EXPECT_EQ("", errorsOf([&] { EXPECT_EQ(-1, get(key)) << key; })) << key;
     }
-}
-
-TEST_F(SnapshotTest, FollowsABoundedNumberOfAliases) {
-    SettingsStore store;
-    store.set("a0", "1");
-    for (int i = 1; i <= 17; ++i) {
-        store.setAlias("a" + std::to_string(i), "a" + std::to_string(i - 1));
-    }
-    Snapshot snapshot(keyFile());
-    ASSERT_TRUE(snapshot.write(store));
-    EXPECT_EQ("1", valueOf("a16"));
-    EXPECT_EQ("(none)", valueOf("a17"));
 }
 
 // The request is made when neither lock nor segment is held any more.
 TEST_F(SnapshotTest, FetchesAValueOnDemand) {
     SettingsStore store;
     store.setFetched("on_demand", "42");
-    Snapshot snapshot(keyFile());
-    ASSERT_TRUE(snapshot.write(store));
-    std::string request;
-    const FakeTessel tessel(dir_.path(), [&](int fd) {
-        request = FakeTessel::receive(fd);
-        EXPECT_TRUE(snapshot.write(store)); // would wait for the lock
-        const key_t key = ftok(keyFile().c_str(), 'c');
-        shmid_ds status = {};
-        EXPECT_EQ(0, shmctl(shmget(key, 0, 0), IPC_STAT, &status));
-        EXPECT_EQ(1U, status.shm_nattch); // the writer's
-        send(fd, "42", 2, MSG_NOSIGNAL);
+    publish(store);
+    const FakeTessel tessel(dir_.path(), [&](FakeTessel &self, int fd) {
+        self.receive(fd);
+        EXPECT_TRUE(snapshot_->write(store)); // would wait for the lock
+        EXPECT_EQ(1U, attachments());         // the writer's
+        FakeTessel::reply(fd, "42");
     });
     EXPECT_EQ("42", valueOf("on_demand"));
-    EXPECT_EQ("get Value 99 0\non_demand", request);
+    EXPECT_EQ("get Value 99 0\non_demand", tessel.requests().at(0));
 }
 
 TEST_F(SnapshotTest, SaysWhatIsMissing) {
-    EXPECT_EQ("ftok: No such file or directory\n",
-              errorsOf([&] { EXPECT_EQ(-1, get("audioout_c0_volume")); }));
+    const auto missing = [this] { EXPECT_EQ(-1, get("audioout_c0_volume")); };
+    EXPECT_EQ("ftok: No such file or directory\n", errorsOf(missing));
     std::filesystem::create_directories(keyFile().parent_path());
     std::ofstream(keyFile()) << "x";
-    EXPECT_EQ("semget: No such file or directory\n",
-              errorsOf([&] { EXPECT_EQ(-1, get("audioout_c0_volume")); }));
-    const int semaphore = semget(ftok(keyFile().c_str(), 'c'), 1, IPC_CREAT | 0600);
+    EXPECT_EQ("semget: No such file or directory\n", errorsOf(missing));
+    const int semaphore = semget(key(), 1, IPC_CREAT | 0600);
     semctl(semaphore, 0, SETVAL, 1);
-    EXPECT_EQ("shmat attach faile. errno = 22 Invalid argument\n",
-              outputOf([&] { EXPECT_EQ(-1, get("audioout_c0_volume")); }));
+    EXPECT_EQ("shmat attach faile. errno = 22 Invalid argument\n", outputOf(missing));
     EXPECT_EQ(1, semctl(semaphore, 0, GETVAL)); // given back
     semctl(semaphore, 0, IPC_RMID);
 }
 
 // The kernel gives the lock of a dead writer back.
 TEST_F(SnapshotTest, OutlivesAWriterThatDiesWithTheLock) {
-    Snapshot snapshot(keyFile());
-    ASSERT_TRUE(snapshot.write(SettingsStore::ofCamera()));
-    const int semaphore = semget(ftok(keyFile().c_str(), 'c'), 1, 0);
+    publish(SettingsStore::ofCamera());
+    const int semaphore = semget(key(), 1, 0);
     const pid_t child = fork();
     if (child == 0) {
         sembuf take = {0, -1, SEM_UNDO};
@@ -129,18 +126,14 @@ TEST_F(SnapshotTest, OutlivesAWriterThatDiesWithTheLock) {
 }
 
 TEST_F(SnapshotTest, LeavesNothingBehind) {
-    Snapshot snapshot(keyFile());
-    ASSERT_TRUE(snapshot.write(SettingsStore::ofCamera()));
+    publish(SettingsStore::ofCamera());
     get("audioout_c0_volume");
-    const key_t key = ftok(keyFile().c_str(), 'c');
     const std::size_t descriptors = openDescriptorCount();
     for (int i = 0; i < 10000; ++i) {
         get(i % 2 == 0 ? "audioout_c0_volume" : "no_such_key");
     }
-    shmid_ds status = {};
-    ASSERT_EQ(0, shmctl(shmget(key, 0, 0), IPC_STAT, &status));
-    EXPECT_EQ(1U, status.shm_nattch);
-    EXPECT_EQ(1, semctl(semget(key, 1, 0), 0, GETVAL));
+    EXPECT_EQ(1U, attachments());
+    EXPECT_EQ(1, semctl(semget(key(), 1, 0), 0, GETVAL));
     EXPECT_EQ(descriptors, openDescriptorCount());
 }
 
