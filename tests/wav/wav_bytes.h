@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 #include <unistd.h>
@@ -25,13 +26,16 @@ struct FmtFields {
     std::uint32_t channels = 1;
     std::uint32_t rate = 8000;
     std::uint32_t bits = 16;
-    std::string behind = {}; // further bytes of the chunk
+    std::string behind = {};                    // further bytes of the chunk
+    std::optional<std::uint32_t> byteRate = {}; // else what the others make
+    std::optional<std::uint32_t> blockAlign = {};
 };
 
 inline std::string fmtChunk(const FmtFields &fields = {}) {
     const std::uint32_t align = fields.bits / 8 * fields.channels;
     return chunk("fmt ", word16(fields.tag) + word16(fields.channels) + word32(fields.rate) +
-                             word32(fields.rate * align) + word16(align) + word16(fields.bits) +
+                             word32(fields.byteRate.value_or(fields.rate * align)) +
+                             word16(fields.blockAlign.value_or(align)) + word16(fields.bits) +
                              fields.behind);
 }
 

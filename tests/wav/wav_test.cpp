@@ -11,92 +11,77 @@
 
 namespace {
 
-// Opens a file of these bytes; the message is what the reader says before its "Parse ... fail.".
-struct Opening {
-    std::int32_t result;
-    std::string message;
-};
-
-Opening open(const std::string &bytes) {
-    const TemporaryFile file(bytes);
-    WAV_FILE *handle = nullptr;
-    Opening opening = {};
-    opening.message = outputOf([&] { opening.result = WAV_Initial(&handle, file.path()); });
-    EXPECT_EQ(opening.result == 0, handle != nullptr);
-    WAV_Release(&handle);
-    const std::string parse = std::string("[wav] : Parse ") + file.path() + " fail.\n";
-    const std::size_t at = opening.message.find(parse);
-    if (at != std::string::npos) {
-        EXPECT_EQ(opening.message.size(), at + parse.size());
-        opening.message.resize(at);
-        opening.message += "PARSE";
-    }
-    return opening;
-}
-
-struct Refusal {
-    const char *name;
-    std::string bytes;
-    std::string message;
-};
-
 const std::string data = chunk("data", samples(100));
 
-const Refusal refusals[] = {
-    {"empty", "", "PARSE"},
-    {"not RIFF", "RIFX" + word32(4) + "WAVE", "[wav] : No RIFF? At offset 0\nPARSE"},
-    {"cut in the RIFF size", "RIFF\1\2", "PARSE"},
-    {"RIFF size too large", "RIFF" + word32(200) + "WAVE" + fmtChunk() + data,
-     "[wav] : Header or data is corrupted?\nPARSE"},
-    {"RIFF size of 2^32 - 1", "RIFF" + word32(UINT32_MAX) + "WAVE" + fmtChunk() + data,
-     "[wav] : Header or data is corrupted?\nPARSE"},
-    {"not WAVE", "RIFF" + word32(4) + "AVI ", "[wav] : No WAVE? At offset 8.\nPARSE"},
-    {"unknown chunk", riff(fmtChunk() + chunk("LIST", "abcd") + data),
-     "[wav] : Unknown ID 0x4c495354. At offset 36.\nPARSE"},
-    {"two data", riff(fmtChunk() + data + data), "[wav] : Duplicate data? At offset 144.\nPARSE"},
-    {"two fmt", riff(fmtChunk() + fmtChunk() + data),
-     "[wav] : Duplicate fmt? At offset 36.\nPARSE"},
-    {"two fact", riff(chunk("fact", "abcd") + chunk("fact", "abcd")),
-     "[wav] : Duplicate fact? At offset 24.\nPARSE"},
-    {"RIFF again", riff(chunk("RIFF", "abcd")), "[wav] : Duplicate RIFF? At offset 12.\nPARSE"},
-    {"WAVE again", riff(chunk("WAVE", "abcd")), "[wav] : Duplicate WAVE? At offset 12.\nPARSE"},
-    {"last chunk past the end", riff(fmtChunk() + "data" + word32(200) + samples(100)),
-     "[wav] : Last chunk is corrupted?\nPARSE"},
-    {"chunk of 2^32 - 1", riff(fmtChunk() + "data" + word32(UINT32_MAX) + samples(100)),
-     "[wav] : Last chunk is corrupted?\nPARSE"},
-    {"chunk of 2^31", riff(fmtChunk() + "data" + word32(0x80000000) + samples(100)),
-     "[wav] : Last chunk is corrupted?\nPARSE"},
-    {"stray bytes", riff(fmtChunk() + data) + "abc", "PARSE"},
-    {"no fmt", riff(data), "[wav] : No fmt?\nPARSE"},
-    {"no data", riff(fmtChunk()), "[wav] : No data?\nPARSE"},
-    {"float", riff(fmtChunk({.tag = 3}) + data), "[wav] : Unsupported audio format 3.\nPARSE"},
-    {"three channels", riff(fmtChunk({.channels = 3}) + data), "PARSE"},
-    {"24 bits", riff(fmtChunk({.bits = 24}) + data), "PARSE"},
-    {"block align",
-     riff(chunk("fmt ",
-                word16(1) + word16(1) + word32(8000) + word32(16000) + word16(4) + word16(16)) +
-          data),
-     "[wav] : 'blockalign' field mismatch?\nPARSE"},
-    {"byte rate",
-     riff(chunk("fmt ",
-                word16(1) + word16(1) + word32(8000) + word32(8000) + word16(2) + word16(16)) +
-          data),
-     "[wav] : 'byterate' field mismatch?\nPARSE"},
-    {"byte rate that only 32 bits make right",
-     riff(chunk("fmt ",
-                word16(1) + word16(1) + word32(0x80000000) + word32(0) + word16(2) + word16(16)) +
-          data),
-     "[wav] : 'byterate' field mismatch?\nPARSE"},
-    {"8 bits", riff(fmtChunk({.bits = 8}) + data),
-     "[wav] : Only support 16-bit samples at present.\n"},
-};
+// What the reader says of a file of these bytes that it refuses, and "..." for its last line when
+// that names the file.
+std::string refusalOf(const std::string &bytes) {
+    const TemporaryFile file(bytes);
+    WAV_FILE *handle = nullptr;
+    std::string text = outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, file.path())); });
+    EXPECT_EQ(nullptr, handle);
+    const std::string parse = std::string("[wav] : Parse ") + file.path() + " fail.\n";
+    if (text.ends_with(parse)) {
+        text.replace(text.size() - parse.size(), parse.size(), "...");
+    }
+    return text;
+}
 
 TEST(WavReader, RefusesWithTheRightWords) {
-    for (const Refusal &refusal : refusals) {
-        const Opening opening = open(refusal.bytes);
-        EXPECT_EQ(-1, opening.result) << refusal.name;
-        EXPECT_EQ(refusal.message, opening.message) << refusal.name;
+    const struct {
+        std::string bytes;
+        std::string message;
+    } refusals[] = {
+        {"", "..."},
+        {"RIFX" + word32(4) + "WAVE", "[wav] : No RIFF? At offset 0\n..."},
+        {"RIFF\1\2", "..."},
+        {"RIFF" + word32(200) + "WAVE" + fmtChunk() + data,
+         "[wav] : Header or data is corrupted?\n..."},
+        {"RIFF" + word32(UINT32_MAX) + "WAVE" + fmtChunk() + data,
+         "[wav] : Header or data is corrupted?\n..."},
+        {"RIFF" + word32(4) + "AVI ", "[wav] : No WAVE? At offset 8.\n..."},
+        {riff(fmtChunk() + chunk("LIST", "abcd") + data),
+         "[wav] : Unknown ID 0x4c495354. At offset 36.\n..."},
+        {riff(fmtChunk() + data + data), "[wav] : Duplicate data? At offset 144.\n..."},
+        {riff(fmtChunk() + fmtChunk() + data), "[wav] : Duplicate fmt? At offset 36.\n..."},
+        {riff(chunk("fact", "abcd") + chunk("fact", "abcd")),
+         "[wav] : Duplicate fact? At offset 24.\n..."},
+        {riff(chunk("RIFF", "abcd")), "[wav] : Duplicate RIFF? At offset 12.\n..."},
+        {riff(chunk("WAVE", "abcd")), "[wav] : Duplicate WAVE? At offset 12.\n..."},
+        {riff(fmtChunk() + "data" + word32(200) + samples(100)),
+         "[wav] : Last chunk is corrupted?\n..."},
+        {riff(fmtChunk() + "data" + word32(UINT32_MAX) + samples(100)),
+         "[wav] : Last chunk is corrupted?\n..."},
+        {riff(fmtChunk() + "data" + word32(0x80000000) + samples(100)),
+         "[wav] : Last chunk is corrupted?\n..."},
+        {riff(data + fmtChunk({.behind = word16(6)})), "[wav] : Last chunk is corrupted?\n..."},
+        {riff(fmtChunk() + data) + "abc", "..."},
+        {riff(data), "[wav] : No fmt?\n..."},
+        {riff(fmtChunk()), "[wav] : No data?\n..."},
+        {riff(fmtChunk({.tag = 3}) + data), "[wav] : Unsupported audio format 3.\n..."},
+        {riff(fmtChunk({.channels = 3}) + data), "..."},
+        {riff(fmtChunk({.bits = 24}) + data), "..."},
+        {riff(fmtChunk({.blockAlign = 4}) + data), "[wav] : 'blockalign' field mismatch?\n..."},
+        {riff(fmtChunk({.byteRate = 8000}) + data), "[wav] : 'byterate' field mismatch?\n..."},
+        // A product that only 32 bits make right.
+        {riff(fmtChunk({.rate = 0x80000000}) + data), "[wav] : 'byterate' field mismatch?\n..."},
+        {riff(fmtChunk({.bits = 8}) + data), "[wav] : Only support 16-bit samples at present.\n"},
+    };
+    for (const auto &[bytes, message] : refusals) {
+        EXPECT_EQ(message, refusalOf(bytes));
     }
+    // What is no file of samples must not hold the caller either.
+    WAV_FILE *handle = nullptr;
+    EXPECT_EQ("[wav] : Parse /tmp fail.\n",
+              outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, "/tmp")); }));
+    const TemporaryFile place("");
+    const std::string pipe = std::string(place.path()) + ".pipe";
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, pipe.c_str())); });
+    unlink(pipe.c_str());
+    const std::string path(200, 'x'); // is cut at its room
+    EXPECT_EQ("[wav] : Open " + path.substr(0, 129) + " fail.\n",
+              outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, path.c_str())); }));
 }
 
 class OpenWav {
@@ -154,6 +139,8 @@ TEST(WavReader, HandsOutWhatFollowsTheData) {
     EXPECT_EQ(samples(5) + std::string(1, '\0') + fact, wav.read(100));
     OpenWav late(riff(data + fmtChunk())); // the format may come last
     EXPECT_EQ(20U, late.handle->dataOffset);
+    OpenWav silent(riff(fmtChunk({.rate = 0}) + data));
+    EXPECT_EQ(0U, WAV_GetDuration(silent.handle));
 }
 
 TEST(WavReader, ReadsTheExtensionOfAnEighteenByteFormat) {
@@ -166,8 +153,6 @@ TEST(WavReader, ReadsTheExtensionOfAnEighteenByteFormat) {
     EXPECT_EQ(24U, wav.handle->chunks->next->size);
     EXPECT_EQ(0U, wav.handle->extra);
     EXPECT_EQ(samples(100), wav.read(100));
-    EXPECT_EQ("[wav] : Last chunk is corrupted?\nPARSE",
-              open(riff(data + fmtChunk({.behind = word16(6)}))).message);
 }
 
 TEST(WavReader, ShowsEveryChunk) {
@@ -221,27 +206,6 @@ TEST(WavReader, TakesNull) {
     EXPECT_EQ(1U, WAV_GetFormat(nullptr));
     EXPECT_EQ(0U, WAV_GetChannel(nullptr));
     EXPECT_EQ(0U, WAV_GetDuration(nullptr));
-}
-
-TEST(WavReader, CutsAPathAtItsRoom) {
-    WAV_FILE *handle = nullptr;
-    const std::string path(200, 'x');
-    EXPECT_EQ("[wav] : Open " + path.substr(0, 129) + " fail.\n",
-              outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, path.c_str())); }));
-}
-
-// What is no file of samples must not hold or fault the caller.
-TEST(WavReader, RefusesDirectoriesPipesAndSilentRates) {
-    WAV_FILE *handle = nullptr;
-    EXPECT_EQ("[wav] : Parse /tmp fail.\n",
-              outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, "/tmp")); }));
-    const TemporaryFile place("");
-    const std::string pipe = std::string(place.path()) + ".pipe";
-    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
-    outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, pipe.c_str())); });
-    unlink(pipe.c_str());
-    OpenWav silent(riff(fmtChunk({.rate = 0}) + data));
-    EXPECT_EQ(0U, WAV_GetDuration(silent.handle));
 }
 
 } // namespace
