@@ -44,7 +44,7 @@ TEST(Road, GoesOnWithoutATuningLibrary) {
     EXPECT_EQ(0, camera.vcam({"tune", "42"}).status);
     EXPECT_TRUE(eventually(
         [&] { return camera.outputHolds("[Info]:dlopen libaqcontrol.so fail,Msg:lib"); }));
-    EXPECT_EQ(0, camera.vcam({"cast", VOXO_SPEECH_SAMPLE, "--fast", "--check"}).status);
+    EXPECT_EQ(0, camera.vcam({"cast", speech, "--fast", "--check"}).status);
     EXPECT_EQ(0, camera.end(SIGTERM));
 }
 

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
 #include <sndfile.hh>
 
 #include <cstdlib>
@@ -99,6 +100,11 @@ bool CameraProcess::isReady() const {
 Finished CameraProcess::vcam(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(), {vcamPath(), "--dir", dir_.path()});
     return runProgram(arguments);
+}
+
+void CameraProcess::expectPlaysSpeech(const std::string &law) const {
+    const Finished cast = vcam({"cast", VOXO_SPEECH_SAMPLE, law, "--fast", "--check"});
+    EXPECT_EQ(0, cast.status) << cast.out << cast.err;
 }
 
 std::string CameraProcess::output() const {

@@ -42,6 +42,9 @@ public:
     // Runs a vcam command on this camera.
     Finished vcam(std::vector<std::string> arguments) const;
 
+    // Casts speech as fast as it is taken, and expects to hear just that.
+    void expectPlaysSpeech(const std::string &law = "--ulaw") const;
+
     // Everything that the daemon and the camera have written so far.
     std::string output() const;
     bool outputHolds(const std::string &text) const;
