@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <array>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -67,6 +67,27 @@ protected:
         return attr.u32PtNumPerFrm;
     }
 
+    // Keeps what each side of the periods from now on holds.
+    void listen() {
+        device().answer(sendCommand, [this](void *record) {
+            const auto *const words = static_cast<const std::uint32_t *>(record);
+            for (int k = 0; k < 2; ++k) {
+                heard_[k].append(
+                    reinterpret_cast<const char *>(static_cast<std::uintptr_t>(words[2 + k])),
+                    words[9]);
+            }
+            return 0;
+        });
+    }
+
+    // Sets other attributes for an output that is open, with nothing queued.
+    static void configure(std::uint32_t width, std::uint32_t points) {
+        const AIO_ATTR_S attr = {8000, width, 0, 1, 1, 30, points, 2, 0};
+        ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
+        ASSERT_EQ(0, HI_MPI_AO_ClearChnBuf(0, 0));
+    }
+
+    std::string heard_[2];
     TemporaryDirectory dir_;
     RedirectedPaths paths_{dir_.path()};
 };
@@ -181,66 +202,33 @@ TEST_F(AudioOutTest, RefusesARateOrWidthThatThereIsNot) {
     }
 }
 
-TEST_F(AudioOutTest, SplitsABlockSecondChannelFirst) {
+TEST_F(AudioOutTest, SplitsEveryWidthSecondChannelFirst) {
     ASSERT_EQ(0, open());
-    std::vector<std::int16_t> block(1280);
-    for (std::size_t i = 0; i < block.size(); ++i) {
-        block[i] = static_cast<std::int16_t>(i * 3);
-    }
-    std::vector<std::int16_t> heard[2];
-    std::uint32_t words[30] = {};
-    device().answer(sendCommand, [&](void *record) {
-        std::memcpy(words, record, sizeof words);
-        for (int k = 0; k < 2; ++k) {
-            const auto *const data =
-                reinterpret_cast<const std::int16_t *>(static_cast<std::uintptr_t>(words[2 + k]));
-            heard[k].assign(data, data + 640);
-        }
-        return 0;
-    });
-    EXPECT_EQ(0, audioout_write(0, 0, block.data(), 2560));
-    EXPECT_EQ(0, audioout_write(0, 0, block.data(), 2560));
-    ASSERT_EQ(640U, heard[1].size());
-    for (std::size_t i = 0; i < 640; ++i) {
-        ASSERT_EQ(block[2 * i], heard[1][i]);
-        ASSERT_EQ(block[2 * i + 1], heard[0][i]);
-    }
-    EXPECT_EQ(2U, words[6]); // the time stamp
-    EXPECT_EQ(0U, words[7]);
-    EXPECT_EQ(1U, words[8]); // the sequence
-    EXPECT_EQ(1000U, words[28]);
-}
-
-TEST_F(AudioOutTest, SplitsEveryWidth) {
-    ASSERT_EQ(0, open());
-    for (const std::uint32_t width : {0U, 2U}) {
-        const AIO_ATTR_S attr = {8000, width, 0, 1, 1, 30, 4, 2, 0};
-        ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
-        ASSERT_EQ(0, HI_MPI_AO_ClearChnBuf(0, 0));
+    listen();
+    for (const std::uint32_t width : {0U, 1U, 2U}) {
+        configure(width, 4);
         const std::uint32_t sample = width + 1;
         std::string block;
         for (char i = 0; i < static_cast<char>(16 * sample); ++i) {
             block += i;
         }
-        std::string heard[2];
-        device().answer(sendCommand, [&](void *record) {
-            const auto *const words = static_cast<const std::uint32_t *>(record);
-            for (int k = 0; k < 2; ++k) {
-                heard[k].append(
-                    reinterpret_cast<const char *>(static_cast<std::uintptr_t>(words[2 + k])),
-                    words[9]);
-            }
-            return 0;
-        });
-        EXPECT_EQ(0, audioout_write(0, 0, block.data(), static_cast<int>(block.size())));
-        EXPECT_EQ(0, audioout_write(0, 0, block.data(), static_cast<int>(block.size())));
-        device().answer(sendCommand, 0);
-        ASSERT_GE(heard[0].size(), 4U);
-        for (std::size_t i = 0; i + sample <= heard[0].size(); i += sample) {
-            EXPECT_EQ(block.substr(2 * i, sample), heard[1].substr(i, sample)) << width;
-            EXPECT_EQ(block.substr(2 * i + sample, sample), heard[0].substr(i, sample)) << width;
+        for (std::string &side : heard_) {
+            side.clear();
+        }
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(0, audioout_write(0, 0, block.data(), static_cast<int>(block.size())));
+        }
+        ASSERT_GE(heard_[0].size(), 4U);
+        for (std::size_t i = 0; i + sample <= heard_[0].size(); i += sample) {
+            EXPECT_EQ(block.substr(2 * i, sample), heard_[1].substr(i, sample)) << width;
+            EXPECT_EQ(block.substr(2 * i + sample, sample), heard_[0].substr(i, sample)) << width;
         }
     }
+    const auto words = device().sent<std::array<std::uint32_t, 30>>(sendCommand);
+    EXPECT_EQ(2U, words[6]); // the time stamp
+    EXPECT_EQ(0U, words[7]);
+    EXPECT_EQ(1U, words[8]); // the sequence
+    EXPECT_EQ(1000U, words[28]);
 }
 
 TEST_F(AudioOutTest, ReopensForABlockOfAnotherSize) {
@@ -272,16 +260,12 @@ TEST_F(AudioOutTest, ReopensForABlockOfAnotherSize) {
 TEST_F(AudioOutTest, OpensAgainAfterAFailedReset) {
     ASSERT_EQ(0, open());
     const std::vector<char> block(2560);
-    bool ready = false;
-    device().answer(0x8004581B, [&ready](void *record) {
-        *static_cast<std::uint32_t *>(record) = ready ? 1 : 0;
-        return 0;
-    });
+    device().answerWords(0x8004581B, {0});
     device().answer(0x00005806, -1);
     EXPECT_NE(std::string::npos,
               reports([&] { return audioout_write(0, 0, block.data(), 2048); }, -1)
                   .find("audioout_write: hi3516a_ao_pcm_reset failed\n"));
-    ready = true;
+    device().answerWords(0x8004581B, {1});
     device().answer(0x00005806, 0);
     ASSERT_EQ(512U, points());
     reports([&] { return audioout_write(0, 0, block.data(), 2048); }, -1);
@@ -291,25 +275,14 @@ TEST_F(AudioOutTest, OpensAgainAfterAFailedReset) {
 // A block that ends inside a sample gives what it has, and no byte beyond it.
 TEST_F(AudioOutTest, SplitsAPartialSample) {
     ASSERT_EQ(0, open());
-    const AIO_ATTR_S attr = {8000, 1, 0, 1, 1, 30, 2, 2, 0};
-    ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
-    ASSERT_EQ(0, HI_MPI_AO_ClearChnBuf(0, 0));
+    listen();
+    configure(1, 2);
     const std::vector<unsigned char> block = {1, 2, 3, 4,  5, 6,
                                               7, 8, 9, 10, 11}; // odd has one byte more
-    std::string heard[2];
-    device().answer(sendCommand, [&](void *record) {
-        const auto *const words = static_cast<const std::uint32_t *>(record);
-        for (int k = 0; k < 2; ++k) {
-            heard[k].append(
-                reinterpret_cast<const char *>(static_cast<std::uintptr_t>(words[2 + k])),
-                words[9]);
-        }
-        return 0;
-    });
-    EXPECT_EQ(0, audioout_write(0, 0, block.data(), 11)); // 5 bytes a channel
+    EXPECT_EQ(0, audioout_write(0, 0, block.data(), 11));       // 5 bytes a channel
     EXPECT_EQ(0, audioout_write(0, 0, block.data(), 11));
-    EXPECT_EQ("\1\2\5\6", heard[1].substr(0, 4));
-    EXPECT_EQ("\3\4\7\10", heard[0].substr(0, 4));
+    EXPECT_EQ("\1\2\5\6", heard_[1].substr(0, 4));
+    EXPECT_EQ("\3\4\7\10", heard_[0].substr(0, 4));
 }
 
 TEST_F(AudioOutTest, RefusesBlocksThatCannotBe) {
