@@ -64,23 +64,24 @@ class MessageTest : public testing::Test {
 protected:
     ~MessageTest() override { XML_ParserFree(parser_); }
 
-    int entries(const std::string &body, std::uint32_t room, MESSAGE_CONTROL_ENTRY *entries) {
-        count_ = room;
-        return Message_Parse_Control(parser_, body.data(), static_cast<std::uint32_t>(body.size()),
-                                     &count_, entries);
+    static std::uint32_t sizeOf(const std::string &body) {
+        return static_cast<std::uint32_t>(body.size());
     }
-
+    int entries(const std::string &body) {
+        count_ = 2;
+        return Message_Parse_Control(parser_, body.data(), sizeOf(body), &count_, found_);
+    }
     std::uint32_t type(const std::string &body) {
-        return Message_GetDataType(parser_, body.data(), static_cast<std::uint32_t>(body.size()));
+        return Message_GetDataType(parser_, body.data(), sizeOf(body));
     }
-
-    int text(const std::string &body, char *buffer, std::uint32_t size) {
-        return Message_Parse_SingleData(parser_, body.data(),
-                                        static_cast<std::uint32_t>(body.size()), buffer, size);
+    int text(const std::string &body, std::uint32_t room = 6) {
+        return Message_Parse_SingleData(parser_, body.data(), sizeOf(body), text_, room);
     }
 
     XML_Parser parser_ = XML_ParserCreate(nullptr);
     std::uint32_t count_ = 0;
+    MESSAGE_CONTROL_ENTRY found_[2] = {};
+    char text_[6] = "";
 };
 
 TEST_F(MessageTest, TakesHeadersApart) {
@@ -99,27 +100,24 @@ TEST_F(MessageTest, TakesHeadersApart) {
 
 // One parser serves message after message, whatever the one before was.
 TEST_F(MessageTest, ReusesTheParser) {
-    MESSAGE_CONTROL_ENTRY found[2] = {};
-    char buffer[6];
     for (int i = 0; i < 3; ++i) {
-        EXPECT_NE(0, entries("<broken", 2, found));
+        EXPECT_NE(0, entries("<broken"));
         EXPECT_EQ(0, entries("<m><control class='1' value='9'/><x/><control value='2'/>"
-                             "<control class='3'/></m>",
-                             2, found));
+                             "<control class='3'/></m>"));
         EXPECT_EQ(2U, count_);
-        EXPECT_EQ(1U, found[0].word[3]);
-        EXPECT_EQ(9U, found[0].word[4]);
-        EXPECT_EQ(0U, found[1].word[3]);
+        EXPECT_EQ(1U, found_[0].word[3]);
+        EXPECT_EQ(9U, found_[0].word[4]);
+        EXPECT_EQ(0U, found_[1].word[3]);
         EXPECT_EQ(5U, type("<m><data type='5'>abc</data></m>"));
         EXPECT_EQ(0x80000002U, type("<m>"));
         EXPECT_EQ(0x80000003U, type("<m><data>abc</data></m>"));
-        EXPECT_EQ(0, text("<m><data type='5'>ab&lt;<i>c</i></data><data>no</data></m>", buffer, 6));
-        EXPECT_STREQ("ab<c", buffer);
-        EXPECT_EQ(0, text("<m><data>abcdefgh</data></m>", buffer, 6));
-        EXPECT_STREQ("abcde", buffer);
-        EXPECT_NE(0, text("<m/>", buffer, 6));
-        EXPECT_NE(0, text("<m><data>x</data>", buffer, 6));
-        EXPECT_NE(0, text("<m><data>x</data></m>", buffer, 0));
+        EXPECT_EQ(0, text("<m><data type='5'>ab&lt;<i>c</i></data><data>no</data></m>"));
+        EXPECT_STREQ("ab<c", text_);
+        EXPECT_EQ(0, text("<m><data>abcdefgh</data></m>"));
+        EXPECT_STREQ("abcde", text_);
+        EXPECT_NE(0, text("<m/>"));
+        EXPECT_NE(0, text("<m><data>x</data>"));
+        EXPECT_NE(0, text("<m><data>x</data></m>", 0));
     }
 }
 
