@@ -75,7 +75,7 @@ protected:
     // Sends a period whose samples are all `left` and `right`.
     int send(BoardFile &file, std::int16_t left, std::int16_t right, std::int32_t milliSec = 0,
              std::uint32_t bytes = 1280, std::uint32_t mode = 1) {
-        auto *const low = static_cast<std::int16_t *>(Device_AllocVisible(8192));
+        auto *const low = static_cast<std::int16_t *>(boardMapMemory(board_, zoneBase, 8192));
         std::fill(low, low + 640, left);
         std::fill(low + 1024, low + 1664, right);
         const auto address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(low));
@@ -83,7 +83,7 @@ protected:
         record[9] = bytes;
         record[28] = static_cast<std::uint32_t>(milliSec);
         const int result = ao(file, 0xC0785805, record);
-        Device_FreeVisible(low, 8192);
+        boardUnmapMemory(low, 8192);
         return result;
     }
 
