@@ -70,11 +70,9 @@ protected:
     // Keeps what each side of the periods from now on holds.
     void listen() {
         device().answer(sendCommand, [this](void *record) {
-            const auto *const words = static_cast<const std::uint32_t *>(record);
-            for (int k = 0; k < 2; ++k) {
-                heard_[k].append(
-                    reinterpret_cast<const char *>(static_cast<std::uintptr_t>(words[2 + k])),
-                    words[9]);
+            for (std::uint32_t k = 0; k < 2; ++k) {
+                const auto side = periodOf<char>(record, k);
+                heard_[k].append(side.data(), side.size());
             }
             return 0;
         });

@@ -67,15 +67,10 @@ protected:
 
 private:
     void hear(const void *record) {
-        std::uint32_t words[30];
-        std::memcpy(words, record, sizeof words);
-        const auto *const right =
-            reinterpret_cast<const std::int16_t *>(static_cast<std::uintptr_t>(words[2]));
-        const auto *const left =
-            reinterpret_cast<const std::int16_t *>(static_cast<std::uintptr_t>(words[3]));
-        for (std::uint32_t i = 0; i < words[9] / 2; ++i) {
-            heard_.push_back(left[i]);
-            heard_.push_back(right[i]);
+        const auto right = periodOf<std::int16_t>(record, 0);
+        const auto left = periodOf<std::int16_t>(record, 1);
+        for (std::size_t i = 0; i < left.size(); ++i) {
+            heard_.insert(heard_.end(), {left[i], right[i]});
         }
     }
 

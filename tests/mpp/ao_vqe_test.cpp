@@ -10,7 +10,7 @@ protected:
         configure(640, AUDIO_SOUND_MODE_MONO);
         EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
         device().answer(0xC0785805, [this](void *record) {
-            const Bytes period = periodOf(record, 0);
+            const auto period = periodOf<std::int16_t>(record, 0);
             heard_.insert(heard_.end(), period.begin(), period.end());
             return 0;
         });
@@ -27,15 +27,9 @@ protected:
         return HI_MPI_AO_SendFrame(0, 0, &frame.frame, 0);
     }
 
-    std::vector<std::int16_t> samples() const {
-        std::vector<std::int16_t> samples(heard_.size() / 2);
-        std::memcpy(samples.data(), heard_.data(), heard_.size());
-        return samples;
-    }
-
     static constexpr AO_VQE_ATTR_S vqe_ = {8000, 640, {}};
     int played_ = 0;
-    Bytes heard_;
+    std::vector<std::int16_t> heard_;
 };
 
 TEST_F(AoVqeTest, RefusesResamplingWithTheRightWords) {
@@ -79,10 +73,9 @@ TEST_F(AoVqeTest, ResamplesWithoutSeams) {
     for (int i = 0; i < 40; ++i) {
         EXPECT_EQ(0, play(333)); // odd frames leave an output point between two of them
     }
-    const std::vector<std::int16_t> heard = samples();
-    ASSERT_GT(heard.size(), 5000U);
-    for (std::size_t i = 2; i < heard.size(); ++i) {
-        ASSERT_EQ(16, static_cast<std::int16_t>(heard[i] - heard[i - 1])) << i; // every other one
+    ASSERT_GT(heard_.size(), 5000U);
+    for (std::size_t i = 2; i < heard_.size(); ++i) { // every other one
+        ASSERT_EQ(16, static_cast<std::int16_t>(heard_[i] - heard_[i - 1])) << i;
     }
     EXPECT_EQ(0, HI_MPI_AO_DisableReSmp(0, 0));
     EXPECT_EQ(0, HI_MPI_AO_DisableReSmp(0, 0));
@@ -138,9 +131,8 @@ TEST_F(AoVqeTest, PassesVoiceQualityThrough) {
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(0, play(640));
     }
-    const std::vector<std::int16_t> heard = samples();
-    ASSERT_EQ(3U * 640, heard.size());
-    EXPECT_EQ(8 * 1919, heard.back());
+    ASSERT_EQ(3U * 640, heard_.size());
+    EXPECT_EQ(8 * 1919, heard_.back());
     EXPECT_EQ(0, HI_MPI_AO_DisableVqe(0, 0));
     EXPECT_EQ(0, HI_MPI_AO_DisableMBC(0, 0));
     EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 0));

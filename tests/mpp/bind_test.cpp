@@ -38,8 +38,8 @@ protected:
     }
     ~BindTest() override { SYS_BIND_Init(); }
 
-    static void registerSender(std::uint32_t modId) {
-        const BIND_SENDER_S sender = {modId, 2, 4, notify};
+    static void registerSender(std::uint32_t modId, std::uint32_t channels = 4) {
+        const BIND_SENDER_S sender = {modId, 2, channels, notify};
         EXPECT_EQ(0, SYS_BIND_RegisterSender(&sender));
     }
 
@@ -174,8 +174,7 @@ TEST_F(BindTest, OutlivesEitherSide) {
     const BIND_CHN_S source = {24, 1, 3};
     EXPECT_EQ(0, SYS_Bind(&source, &destination_));
     EXPECT_EQ(0, SYS_BIND_UnRegisterSender(24));
-    const BIND_SENDER_S wider = {24, 2, 40, nullptr};
-    EXPECT_EQ(0, SYS_BIND_RegisterSender(&wider));
+    registerSender(24, 40);
     EXPECT_EQ(0, SYS_UnBind(&destination_)); // the sender that bound it is another one
     const BIND_CHN_S wide = {24, 1, 39};
     EXPECT_EQ(0, SYS_Bind(&wide, &destination_));

@@ -88,12 +88,3 @@ struct TestFrame {
     Bytes right;
     AUDIO_FRAME_S frame = {};
 };
-
-// The bytes that a send record's sub-channel points at.
-inline Bytes periodOf(const void *record, std::uint32_t k) {
-    std::uint32_t words[30];
-    std::memcpy(words, record, sizeof words);
-    const auto *const data =
-        reinterpret_cast<const unsigned char *>(static_cast<std::uintptr_t>(words[2 + k]));
-    return {data, data + words[9]};
-}

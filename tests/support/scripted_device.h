@@ -78,3 +78,13 @@ public:
 
 // The device that the door leads to.
 ScriptedDevice &device();
+
+// The samples that a send command's record points at: sub-channel k of a period.
+template <typename Sample = unsigned char>
+std::vector<Sample> periodOf(const void *record, std::uint32_t k) {
+    std::uint32_t words[30];
+    std::memcpy(words, record, sizeof words);
+    const auto *const samples =
+        reinterpret_cast<const Sample *>(static_cast<std::uintptr_t>(words[2 + k]));
+    return {samples, samples + words[9] / sizeof(Sample)};
+}
