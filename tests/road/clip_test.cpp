@@ -28,8 +28,9 @@ std::string wavOf(std::uint32_t channels, std::size_t bytes, std::uint32_t rate 
 // buffer in whole periods when the clip is cleared. The layer below swaps the sides.
 std::vector<std::int16_t> audible(std::uint32_t channels, std::size_t bytes) {
     const std::size_t chunks = bytes / chunkBytes;
-    std::vector<std::int16_t> data(chunks * chunkBytes / 2);
-    std::memcpy(data.data(), samples(bytes).data(), chunks * chunkBytes);
+    std::vector<std::int16_t> data(bytes / 2);
+    std::memcpy(data.data(), samples(bytes).data(), 2 * data.size());
+    data.resize(chunks * chunkBytes / 2);
     std::vector<std::int16_t> stereo;
     for (std::size_t i = 0; i < data.size(); i += channels) {
         stereo.insert(stereo.end(), {data[i + channels - 1], data[i]});
