@@ -113,16 +113,14 @@ TEST_F(ProcessTest, OwnsItsPidFileWhileItHoldsItsId) {
     EXPECT_EQ("", errorsOf([] { EXPECT_EQ(0, voxoCreatePidFile()); }));
 }
 
-TEST(SignalHandler, OnlySetsFlags) {
-    quitRequested = 0;
-    reloadVolume = 0;
-    voxoSignalHandler(SIGHUP);
-    EXPECT_EQ(1, reloadVolume);
-    EXPECT_EQ(0, quitRequested);
-    for (const int signal : {SIGTERM, SIGINT}) {
+TEST(SignalHandler, SetsOneFlag) {
+    for (const auto &[signal, flag] :
+         {std::pair(SIGHUP, &reloadVolume), {SIGTERM, &quitRequested}, {SIGINT, &quitRequested}}) {
+        reloadVolume = 0;
         quitRequested = 0;
         voxoSignalHandler(signal);
-        EXPECT_EQ(1, quitRequested);
+        EXPECT_EQ(1, *flag);
+        EXPECT_EQ(1, reloadVolume + quitRequested);
     }
     reloadVolume = 0;
 }
