@@ -22,12 +22,13 @@ add_library(product_flags INTERFACE)
 target_link_libraries(product_flags INTERFACE project_flags)
 target_compile_options(product_flags INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
-    -fvisibility-inlines-hidden
     $<$<CONFIG:Release>:-Os -ffunction-sections -fdata-sections -fno-asynchronous-unwind-tables
     -fno-unwind-tables>)
-# Only what is called stays, only libraries that are called are loaded; all of it is bound at the
-# start, and what was written for that is read-only from then on.
-target_link_options(product_flags INTERFACE
+
+# What links to a file of the product: only what is called stays, only libraries that are called are
+# loaded; all of it is bound at the start, and what was written for that is read-only from then on.
+add_library(product_link INTERFACE)
+target_link_options(product_link INTERFACE
     -static-libgcc
     LINKER:--gc-sections,--as-needed,--hash-style=gnu,-z,relro,-z,now)
 

@@ -223,7 +223,7 @@ int AoDevice::channelCommand(std::uint32_t number, std::uint32_t command, void *
         std::memcpy(record, channel.dump, sizeof channel.dump);
         return 0;
     default: // AO_CMD_GET_READY
-        *static_cast<std::uint32_t *>(record) = ao.enabled & channel.enabled;
+        *static_cast<std::uint32_t *>(record) = ao.enabled != 0 && channel.enabled != 0 ? 1 : 0;
         return 0;
     }
 }
