@@ -4,6 +4,7 @@
 #include "vcam/board/devices.h"
 #include "vcam/cli/child.h"
 #include "vcam/cli/log_collector.h"
+#include "vcam/cli/sample_config.h"
 #include "vcam/speaker/player.h"
 #include "vcam/speaker/wav_speaker.h"
 #include "vcam/tessel/tessel.h"
@@ -27,20 +28,6 @@ namespace {
 
 constexpr auto endPatience = std::chrono::seconds(5);
 constexpr std::int32_t faultResult = -1;
-
-constexpr char configText[] = R"(<?xml version="1.0"?>
-<root>
-  <audioout>
-    <aencpid>/var/run/aenc.pid</aencpid>
-    <c0>
-      <device><node>/dev/ao</node></device>
-      <volume>80</volume>
-      <s0><socket>/var/run/voxo/c0/stream</socket></s0>
-      <capability><codectype>g711</codectype></capability>
-    </c0>
-  </audioout>
-</root>
-)";
 
 // Holds the directory for this process alone. Only a directory of its own is a camera's: files are
 // made and removed in it.
@@ -73,7 +60,7 @@ public:
         writePidFile(dir.place(videoPidPath), getpid());
         writePidFile(dir.place(encoderPidPath), getpid());
         if (!fs::exists(dir.configFile())) {
-            std::ofstream(dir.configFile()) << configText;
+            std::ofstream(dir.configFile()) << sampleConfig;
         }
     }
     CameraFiles(const CameraFiles &) = delete;
