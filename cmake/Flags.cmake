@@ -13,7 +13,8 @@ target_link_libraries(project_flags INTERFACE project_warnings)
 
 if(VOXO_SANITIZE)
     # The sanitizers' own code makes g++ see uninitialised values in its library.
-    target_compile_options(project_flags INTERFACE -Wno-maybe-uninitialized
+    target_compile_options(project_flags INTERFACE
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
         -fsanitize=${VOXO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(project_flags INTERFACE -fsanitize=${VOXO_SANITIZE})
 endif()
@@ -36,3 +37,8 @@ target_link_options(product_link INTERFACE
 function(compile_for_speed)
     set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-O3>")
 endfunction()
+
+# Fuzzers are led by what the product does, not by the tests' own code.
+if(VOXO_FUZZ)
+    target_compile_options(product_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

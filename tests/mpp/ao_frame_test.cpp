@@ -1,11 +1,9 @@
-#include "tests/mpp/mpp_fixture.h"
+#include "tests/mpp/ao_model.h"
 #include "tests/support/random.h"
-
-#include <deque>
 
 namespace {
 
-constexpr std::uint32_t sendCommand = 0xC0785805;
+constexpr std::uint32_t sendCommand = aoSendCommand;
 constexpr std::uint32_t getAttrCommand = 0x80245802;
 constexpr std::uint32_t readyCommand = 0x8004581B;
 
@@ -125,120 +123,19 @@ TEST_F(AoFrameTest, TakesFramesFromTheBinder) {
                 "condition: NULL != pData");
 }
 
-// The buffers against queues: whatever the frames' sizes, the attributes, the driver's moods,
-// clears and re-enables, the driver is handed every byte that was stored, once and in order.
-class AoModelTest : public MppTest {
-protected:
-    AoModelTest() {
-        device().keepsCalls = false;
-        device().answer(sendCommand, [this](void *record) { return take(record); });
-        reconfigure();
-    }
-
-    void reconfigure() {
-        width_ = random_.below(3);
-        subChannels_ = 1 + random_.below(2);
-        period_ = (1 + random_.below(AO_PERIOD_MAX >> width_)) << width_;
-        configure(period_ >> width_, subChannels_ - 1, width_);
-        EXPECT_EQ(0, (random_.oneIn(2) ? HI_MPI_AO_DisableChn : HI_MPI_AO_ClearChnBuf)(0, 0));
-        EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
-        stored_[0].clear();
-        stored_[1].clear();
-    }
-
-    int take(void *record) {
-        if (random_.oneIn(4)) {
-            return -1;
-        }
-        for (std::uint32_t k = 0; k < subChannels_; ++k) {
-            const Bytes bytes = periodOf(record, k);
-            if (bytes.size() != period_ || stored_[k].size() < period_ ||
-                !std::equal(bytes.begin(), bytes.end(), stored_[k].begin())) {
-                ++mistakes_;
-                return 0;
-            }
-            stored_[k].erase(stored_[k].begin(), stored_[k].begin() + period_);
-        }
-        ++taken_;
-        return 0;
-    }
-
-    void step() {
-        const std::uint32_t length = std::max(1U, random_.below(MAX_AO_POINT_NUM + 1)) << width_;
-        TestFrame frame(length, subChannels_ - 1, width_, random_.next());
-        const std::int32_t result = HI_MPI_AO_SendFrame(0, 0, &frame.frame, 0);
-        const bool fits = AO_CIRCLE_SIZE - stored_[0].size() >= length;
-        mistakes_ += result == (fits ? 0 : err(0xA016800F)) ? 0 : 1;
-        if (fits) {
-            stored_[0].insert(stored_[0].end(), frame.left.begin(), frame.left.end());
-            stored_[1].insert(stored_[1].end(), frame.right.begin(), frame.right.end());
-            stored_[1].resize(subChannels_ == 2 ? stored_[1].size() : 0);
-        }
-    }
-
-    Random random_;
-    std::uint32_t width_ = 0;
-    std::uint32_t subChannels_ = 1;
-    std::uint32_t period_ = 1;
-    std::deque<unsigned char> stored_[2];
-    int taken_ = 0;
-    int mistakes_ = 0;
-};
-
-TEST_F(AoModelTest, HandsOverEveryByteOnce) {
+TEST_F(AoFrameTest, HandsOverEveryByteOnce) {
 #ifdef __OPTIMIZE__
     constexpr int steps = 300000;
 #else
     constexpr int steps = 30000;
 #endif
-    for (int i = 0; i < steps && mistakes_ == 0; ++i) {
-        if (random_.oneIn(50)) {
-            reconfigure();
-        }
-        step();
-    }
-    EXPECT_EQ(0, mistakes_);
-    EXPECT_GT(taken_, steps / 10);
-}
-
-// A driver that answers nonsense: whatever it says, nothing is read or written outside the buffers,
-// whose ends are guarded.
-TEST_F(AoFrameTest, StaysInsideItsBuffers) {
     Random random;
-    device().keepsCalls = false;
-    const auto nonsense = [&]() -> std::uint32_t {
-        static constexpr std::uint32_t numbers[] = {
-            0, 1, 2, 3, 640, 4096, 8192, 16384, 16385, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
-        return numbers[random.below(std::size(numbers))];
-    };
-    device().answer(getAttrCommand, [&](void *record) {
-        AIO_ATTR_S attr = {8000, random.below(3), 0, random.below(2), 1, 30, random.below(20000), 2,
-                           0};
-        if (random.oneIn(4)) {
-            reinterpret_cast<std::uint32_t *>(&attr)[random.below(9)] = nonsense();
-        }
-        std::memcpy(record, &attr, sizeof attr);
-        return random.oneIn(16) ? -1 : 0;
-    });
-    device().answer(sendCommand, [&](void *record) {
-        static_cast<std::uint32_t *>(record)[random.below(30)] = nonsense();
-        return random.oneIn(4) ? -1 : 0;
-    });
-    messages([&] {
-        for (int i = 0; i < 20000; ++i) {
-            const std::uint32_t width = random.below(3);
-            const std::uint32_t points = 1 + random.below(MAX_AO_POINT_NUM);
-            const TestFrame frame(points << width, random.below(2), width);
-            send(frame);
-            if (random.oneIn(64)) {
-                HI_MPI_AO_ClearChnBuf(0, 0);
-            }
-        }
-    });
-    device().reset();
-    configure();
-    EXPECT_EQ(0, HI_MPI_AO_ClearChnBuf(0, 0));
-    EXPECT_EQ(0, send(TestFrame(1280)));
+    AoModel model([&](std::uint32_t end) { return random.below(end); });
+    for (int i = 0; i < steps && model.mistakes() == 0; ++i) {
+        model.step();
+    }
+    EXPECT_EQ(0, model.mistakes());
+    EXPECT_GT(model.taken(), steps / 10);
 }
 
 // The attributes can no longer be read, at any point of a delivery: no period is heard twice, none

@@ -1,0 +1,58 @@
+// Bytes in the control FIFO: each read goes on, what is refused changes nothing, and the messages
+// that follow are obeyed.
+#include "src/voxo/fifo.h"
+
+#include "fuzz/fuzz.h"
+#include "tests/daemon/daemon_fixture.h"
+
+#include <sys/ioctl.h>
+
+namespace {
+
+struct FifoFuzz : DaemonTest {
+    FifoFuzz() {
+        device().keepsCalls = false;
+        voxoContext.xmlParser = XML_ParserCreate(nullptr);
+        require(voxoInitFIFO() == 0, "there is a FIFO");
+    }
+    void TestBody() override {}
+};
+
+int waiting() {
+    int count = 0;
+    ioctl(voxoContext.fifoFd, FIONREAD, &count);
+    return count;
+}
+
+// Writes the bytes and handles what they hold.
+void handle(const std::string &bytes) {
+    const int fifo = voxoContext.fifoFd;
+    require(write(fifo, bytes.data(), bytes.size()) >= 0, "the FIFO was read empty");
+    for (int left = waiting(); left > 0; left = waiting()) {
+        const std::string location = voxoContext.clipLocation;
+        const std::int32_t start = clipStart;
+        const bool isTaken = voxoReceiveFIFOCmd(fifo) == 0;
+        require(waiting() < left, "each read goes on");
+        require(isTaken || (location == voxoContext.clipLocation && start == clipStart),
+                "what is refused changes nothing");
+        require(strnlen(voxoContext.clipLocation, 60) < 60, "a location fits its item");
+    }
+}
+
+void obey(char type, const std::string &body) {
+    handle(std::string{type, 4, static_cast<char>(body.size()), 0} + body);
+}
+
+} // namespace
+
+void fuzz(Input input) {
+    static FifoFuzz fifo;
+    handle(input.text(32768));
+    obey(3, "<m><data type='5'>/good</data></m>");
+    require(std::strcmp("/good", voxoContext.clipLocation) == 0, "a location is taken");
+    for (const int start : {1, 0}) {
+        obey(2, "<m><control class='1' value='" + std::to_string(start) + "'/></m>");
+        require(clipStart == start, "an order is obeyed");
+    }
+    takeSystemLog();
+}

@@ -1,0 +1,85 @@
+// The circular buffers against queues: whatever the frames' sizes, the attributes, the driver's
+// moods, clears and re-enables, the driver is handed every byte that was stored, once and in order.
+#pragma once
+
+#include "tests/mpp/mpp_fixture.h"
+
+#include <functional>
+
+constexpr std::uint32_t aoSendCommand = 0xC0785805;
+
+// Takes the place of the scripted driver's answer to a period.
+class AoModel {
+public:
+    // `below` chooses a number below its argument.
+    explicit AoModel(std::function<std::uint32_t(std::uint32_t)> below) : below_(std::move(below)) {
+        device().keepsCalls = false;
+        device().answer(aoSendCommand, [this](void *record) { return take(record); });
+        reconfigure();
+    }
+
+    // Sends a frame; now and then, changes all that can be changed before.
+    void step() {
+        if (below_(50) == 1) {
+            reconfigure();
+        }
+        const std::uint32_t length = std::max(1U, below_(MAX_AO_POINT_NUM + 1)) << width_;
+        TestFrame frame(length, subChannels_ - 1, width_, below_(256));
+        const std::int32_t result = HI_MPI_AO_SendFrame(0, 0, &frame.frame, 0);
+        const bool fits = AO_CIRCLE_SIZE - waiting() >= length;
+        mistakes_ += result == (fits ? 0 : err(0xA016800F)) ? 0 : 1;
+        if (fits) {
+            stored_[0].erase(stored_[0].begin(), stored_[0].begin() + handed_);
+            stored_[1].erase(stored_[1].begin(), stored_[1].begin() + handed_);
+            handed_ = 0;
+            stored_[0].insert(stored_[0].end(), frame.left.begin(), frame.left.end());
+            stored_[1].insert(stored_[1].end(), frame.right.begin(), frame.right.end());
+        }
+    }
+
+    int taken() const { return taken_; }
+    int mistakes() const { return mistakes_; }
+
+private:
+    void reconfigure() {
+        width_ = below_(3);
+        subChannels_ = 1 + below_(2);
+        period_ = ((AO_PERIOD_MAX >> width_) - below_(AO_PERIOD_MAX >> width_)) << width_;
+        const AIO_ATTR_S attr = {8000, width_, 0, subChannels_ - 1, 1, 30, period_ >> width_, 2, 0};
+        mistakes_ += HI_MPI_AO_SetPubAttr(0, &attr) == 0 ? 0 : 1;
+        const std::int32_t emptied =
+            below_(2) == 0 ? HI_MPI_AO_DisableChn(0, 0) : HI_MPI_AO_ClearChnBuf(0, 0);
+        mistakes_ += emptied == 0 && HI_MPI_AO_EnableChn(0, 0) == 0 ? 0 : 1;
+        stored_[0].clear();
+        stored_[1].clear();
+        handed_ = 0;
+    }
+
+    int take(void *record) {
+        if (below_(4) == 1) {
+            return -1;
+        }
+        for (std::uint32_t k = 0; k < subChannels_; ++k) {
+            const Bytes bytes = periodOf(record, k);
+            if (bytes.size() != period_ || waiting() < period_ ||
+                !std::equal(bytes.begin(), bytes.end(), stored_[k].begin() + handed_)) {
+                ++mistakes_;
+                return 0;
+            }
+        }
+        handed_ += static_cast<std::ptrdiff_t>(period_);
+        ++taken_;
+        return 0;
+    }
+
+    std::size_t waiting() const { return stored_[0].size() - static_cast<std::size_t>(handed_); }
+
+    std::function<std::uint32_t(std::uint32_t)> below_;
+    std::uint32_t width_ = 0;
+    std::uint32_t subChannels_ = 1;
+    std::uint32_t period_ = 1;
+    std::vector<unsigned char> stored_[2];
+    std::ptrdiff_t handed_ = 0; // of what is stored
+    int taken_ = 0;
+    int mistakes_ = 0;
+};
