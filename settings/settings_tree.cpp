@@ -69,8 +69,14 @@ bool SettingsTree::isNamed(const SettingsNode &node, const char *name, std::size
         return false;
     }
     const char *const place = follow(node.name, 1);
-    return place != nullptr && length < reachFrom(place) && std::memcmp(place, name, length) == 0 &&
-           place[length] == '\0';
+    if (place == nullptr) {
+        return false;
+    }
+    // A name that the segment's end cuts off could be any: the tree is torn.
+    const std::size_t reach = reachFrom(place);
+    const std::size_t nameLength = strnlen(place, std::min(length + 1, reach));
+    broken_ = broken_ || nameLength == reach;
+    return nameLength == length && std::memcmp(place, name, length) == 0;
 }
 
 bool SettingsTree::findSibling(StoredPointer first, const char *name, std::size_t length,
