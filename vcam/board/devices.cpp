@@ -3,25 +3,6 @@
 #include <cerrno>
 #include <cstring>
 
-namespace {
-
-// Counts an issue of the command. True, with the driver's result, when it is to fail.
-bool isToFail(BoardRegisters &registers, std::uint32_t command, int *result) {
-    for (FaultRegisters &fault : registers.faults) {
-        if (fault.countdown == 0 || fault.command != command) {
-            continue;
-        }
-        if (--fault.countdown == 0) {
-            *result = static_cast<std::int32_t>(fault.result.load());
-            errno = EIO;
-            return true;
-        }
-    }
-    return false;
-}
-
-} // namespace
-
 BoardDevices::BoardDevices(Board &board)
     : board_(board), acodec_(board), ao_(board), log_(board), mem_(board), sys_(board), vb_(board),
       zone_(board) {}
@@ -45,9 +26,25 @@ BoardDevice *BoardDevices::find(const char *path) {
 
 int BoardDevices::command(BoardDevice &device, BoardFile &file, std::uint32_t command,
                           void *record) {
-    int result = 0;
-    return isToFail(board_.registers, command, &result) ? result
-                                                        : device.command(file, command, record);
+    std::int32_t result = 0;
+    if (boardIssueFails(board_.registers, command, &result)) {
+        errno = EIO;
+        return result;
+    }
+    return device.command(file, command, record);
+}
+
+bool boardIssueFails(BoardRegisters &registers, std::uint32_t command, std::int32_t *result) {
+    for (FaultRegisters &fault : registers.faults) {
+        if (fault.countdown == 0 || fault.command != command) {
+            continue;
+        }
+        if (--fault.countdown == 0) {
+            *result = static_cast<std::int32_t>(fault.result.load());
+            return true;
+        }
+    }
+    return false;
 }
 
 bool boardFail(BoardRegisters &registers, std::uint32_t command, std::uint32_t countdown,

@@ -30,6 +30,10 @@ private:
     ZoneDevice zone_;
 };
 
+// Counts an issue of a command, or of a call by its code. True, with the result that was set for
+// it, when it is to fail.
+bool boardIssueFails(BoardRegisters &registers, std::uint32_t command, std::int32_t *result);
+
 // Makes the command's `countdown`-th issue from now on end with `result`, a driver's. False: as
 // many faults as the board can have are set.
 bool boardFail(BoardRegisters &registers, std::uint32_t command, std::uint32_t countdown,

@@ -130,10 +130,10 @@ struct LogRegisters {
 
 constexpr std::uint32_t faultCount = 8;
 
-// A command that is to fail: the countdown-th time that it is issued.
+// A command, or a call of the C library, that is to fail: the countdown-th time that it is issued.
 struct FaultRegisters {
-    Register command;
-    Register countdown; // 0: nothing is to fail
+    Register command;   // or the call's code (library_calls.h); 0: no fault is set
+    Register countdown; // 0: it has failed
     Register result;    // what the driver answers then
 };
 

@@ -16,7 +16,7 @@ struct RunOptions {
     bool deaf = false;  // periods are dropped by the driver
     bool bare = false;  // without the daemon
     bool tuning = false;
-    std::vector<std::string> faults; // COMMAND:N
+    std::vector<std::string> faults; // COMMAND:N or CALL:N
 };
 
 // Runs a camera with the daemon on it until the daemon ends or a signal ends both.

@@ -35,7 +35,8 @@ void addRun(CLI::App &app, RunOptions &options, std::function<int()> &command,
     run->add_flag("--bare", options.bare, "Only the board and its neighbours, without the daemon");
     run->add_flag("--tuning", options.tuning, "Put the board into tuning mode");
     run->add_option("--fail", options.faults,
-                    "Fail the N-th issue of a driver command: 0xC0785805:2");
+                    "Fail the N-th issue of a driver command, or of a call of the C library: "
+                    "0xC0785805:2, read:3");
     run->callback([&] { command = [&] { return runCamera(CameraDir(dir), target, options); }; });
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/unique_fd.h"
 #include "vcam/board/devices.h"
+#include "vcam/board/library_calls.h"
 #include "vcam/cli/child.h"
 #include "vcam/cli/log_collector.h"
 #include "vcam/cli/sample_config.h"
@@ -84,27 +85,33 @@ private:
     const CameraDir &dir_;
 };
 
+// Sets a fault that is written as COMMAND:N, where COMMAND is a driver's or a call's name.
+void setFault(BoardRegisters &registers, const std::string &fault) {
+    const std::size_t colon = fault.find(':');
+    std::uint32_t command = libraryCallCode(fault.substr(0, colon));
+    std::size_t end = colon;
+    std::uint32_t countdown = 0;
+    try {
+        if (command == 0) {
+            command = static_cast<std::uint32_t>(std::stoul(fault, &end, 0));
+        }
+        countdown = static_cast<std::uint32_t>(std::stoul(fault.substr(colon + 1)));
+    } catch (const std::exception &) {
+        end = std::string::npos;
+    }
+    if (end != colon || countdown == 0 || !boardFail(registers, command, countdown, faultResult)) {
+        throw CameraError("--fail takes COMMAND:N, at most " + std::to_string(faultCount) +
+                          " times, not " + fault);
+    }
+}
+
 void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
     registers.pace = options.deaf ? paceDropped : options.fast ? paceAsTheyCome : paceRealTime;
     registers.dacPid = static_cast<std::uint32_t>(getpid());
     registers.sys.hasConfig = 1; // the video side has set the platform up
     registers.sys.tuningMode = options.tuning ? 1 : 0;
     for (const std::string &fault : options.faults) {
-        const std::size_t colon = fault.find(':');
-        std::size_t end = 0;
-        std::uint32_t command = 0;
-        std::uint32_t countdown = 0;
-        try {
-            command = static_cast<std::uint32_t>(std::stoul(fault, &end, 0));
-            countdown = static_cast<std::uint32_t>(std::stoul(fault.substr(colon + 1)));
-        } catch (const std::exception &) {
-            end = std::string::npos;
-        }
-        if (end != colon || countdown == 0 ||
-            !boardFail(registers, command, countdown, faultResult)) {
-            throw CameraError("--fail takes COMMAND:N, at most " + std::to_string(faultCount) +
-                              " times, not " + fault);
-        }
+        setFault(registers, fault);
     }
 }
 

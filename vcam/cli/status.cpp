@@ -2,6 +2,7 @@
 
 #include "mpp/include/mpp_ao.h"
 #include "vcam/board/ao_queue.h"
+#include "vcam/board/library_calls.h"
 #include "vcam/tessel/tessel.h"
 
 #include <array>
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <iomanip>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 
 namespace {
@@ -91,6 +93,23 @@ void showCodec(const AcodecRegisters &codec) {
     line("codec left muted", yesNo(codec.daclMute));
 }
 
+void showFaults(const BoardRegisters &registers) {
+    for (const FaultRegisters &fault : registers.faults) {
+        if (fault.command == 0) {
+            continue;
+        }
+        std::ostringstream name;
+        if (fault.command <= std::size(libraryCalls)) {
+            name << libraryCalls[fault.command - 1].name;
+        } else {
+            name << "0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0')
+                 << fault.command;
+        }
+        line(("fault of " + name.str()).c_str(),
+             fault.countdown == 0 ? "has come" : std::to_string(fault.countdown) + " issues away");
+    }
+}
+
 void showSettings(const CameraDir &dir) {
     std::cout << "settings\n";
     std::istringstream settings(askTessel(dir, tesselShowRequest));
@@ -126,6 +145,7 @@ int showStatus(const CameraDir &dir) {
     line("first period", sinceStart(registers.start.firstPeriod));
     showOutput(registers.ao);
     showCodec(registers.acodec);
+    showFaults(registers);
     showSettings(dir);
     std::cout << "last requests to the settings daemon\n";
     for (const std::string &request : lastLines(dir.tesselLog())) {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -103,6 +104,15 @@ Board &processBoard() {
 
 const char *cameraPlaceOf(const char *path, char *buffer) {
     return cameraDir() != nullptr ? placeOf(directory, path, buffer) : path;
+}
+
+bool callFails(FailingCall call) {
+    std::int32_t ignored = 0;
+    if (cameraDir() == nullptr || !boardIssueFails(processBoard().registers, call.code, &ignored)) {
+        return false;
+    }
+    errno = libraryCalls[call.code - 1].error;
+    return true;
 }
 
 int openDevice(const char *path) {

@@ -18,6 +18,9 @@ bool takesMode(int flags) {
 }
 
 int openPath(int dirFd, const char *path, int flags, mode_t mode) {
+    if (callFails("open")) {
+        return -1;
+    }
     if (path != nullptr && path[0] == '/') {
         const int device = openDevice(path);
         if (device >= 0) {
@@ -36,6 +39,9 @@ constexpr int largeFile = 0;
 
 void *mapFile(void *address, std::size_t length, int protection, int flags, int fd,
               std::uint64_t offset) {
+    if (callFails("mmap")) {
+        return MAP_FAILED;
+    }
     OpenDevice *const open = openDeviceOf(fd);
     if (open != nullptr && (flags & MAP_ANONYMOUS) == 0) {
         void *const mapping = open->device->map(open->file, length, offset);
@@ -51,12 +57,18 @@ void *mapFile(void *address, std::size_t length, int protection, int flags, int 
 }
 
 ssize_t readFile(int fd, void *buffer, std::size_t size) {
+    if (callFails("read")) {
+        return -1;
+    }
     OpenDevice *const open = openDeviceOf(fd);
     return open != nullptr ? open->device->read(open->file, buffer, size)
                            : syscall(SYS_read, fd, buffer, size);
 }
 
 int controlFile(int fd, int command, void *argument) {
+    if (callFails("fcntl")) {
+        return -1;
+    }
 #ifdef SYS_fcntl64
     const auto result = static_cast<int>(syscall(SYS_fcntl64, fd, command, argument));
 #else

@@ -29,6 +29,12 @@ int passStatAt(const char *name, int dirFd, const char *path, Status *status, in
     return next(dirFd, cameraPlaceOf(path, buffer), status, flags);
 }
 
+// The same for one that the board may fail, with -1.
+template <typename Second>
+int passPathUnlessFailing(FailingCall call, const char *name, const char *path, Second second) {
+    return callFails(call) ? -1 : passPath<int>(name, path, second);
+}
+
 int unlinkPath(const char *path, int flags, int dirFd = AT_FDCWD) {
     char buffer[cameraPathRoom];
     return static_cast<int>(syscall(SYS_unlinkat, dirFd, cameraPlaceOf(path, buffer), flags));
@@ -37,19 +43,19 @@ int unlinkPath(const char *path, int flags, int dirFd = AT_FDCWD) {
 } // namespace
 
 INTERPOSE(std::FILE *, fopen, (const char *path, const char *mode)) {
-    return passPath<std::FILE *>("fopen", path, mode);
+    return callFails("fopen") ? nullptr : passPath<std::FILE *>("fopen", path, mode);
 }
 
 INTERPOSE(std::FILE *, fopen64, (const char *path, const char *mode)) {
-    return passPath<std::FILE *>("fopen64", path, mode);
+    return callFails("fopen") ? nullptr : passPath<std::FILE *>("fopen64", path, mode);
 }
 
 INTERPOSE(int, stat, (const char *path, struct stat *status)) {
-    return passPath<int>("stat", path, status);
+    return passPathUnlessFailing("stat", "stat", path, status);
 }
 
 INTERPOSE(int, stat64, (const char *path, struct stat64 *status)) {
-    return passPath<int>("stat64", path, status);
+    return passPathUnlessFailing("stat", "stat64", path, status);
 }
 
 INTERPOSE(int, lstat, (const char *path, struct stat *status)) {
@@ -70,7 +76,7 @@ INTERPOSE(int, fstatat64, (int dirFd, const char *path, struct stat64 *status, i
 
 #ifndef __LP64__
 INTERPOSE(int, __stat64_time64, (const char *path, void *status)) {
-    return passPath<int>("__stat64_time64", path, status);
+    return passPathUnlessFailing("stat", "__stat64_time64", path, status);
 }
 
 INTERPOSE(int, __fstatat64_time64, (int dirFd, const char *path, void *status, int flags)) {
@@ -79,23 +85,32 @@ INTERPOSE(int, __fstatat64_time64, (int dirFd, const char *path, void *status, i
 #endif
 
 INTERPOSE(int, access, (const char *path, int mode)) {
+    if (callFails("access")) {
+        return -1;
+    }
     char buffer[cameraPathRoom];
     return static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, cameraPlaceOf(path, buffer), mode));
 }
 
 INTERPOSE(int, mkfifo, (const char *path, mode_t mode)) {
+    if (callFails("mkfifo")) {
+        return -1;
+    }
     char buffer[cameraPathRoom];
     return static_cast<int>(
         syscall(SYS_mknodat, AT_FDCWD, cameraPlaceOf(path, buffer), mode | S_IFIFO, 0));
 }
 
 INTERPOSE(int, chmod, (const char *path, mode_t mode)) {
+    if (callFails("chmod")) {
+        return -1;
+    }
     char buffer[cameraPathRoom];
     return static_cast<int>(syscall(SYS_fchmodat, AT_FDCWD, cameraPlaceOf(path, buffer), mode));
 }
 
 INTERPOSE(int, unlink, (const char *path)) {
-    return unlinkPath(path, 0);
+    return callFails("unlink") ? -1 : unlinkPath(path, 0);
 }
 
 INTERPOSE(int, unlinkat, (int dirFd, const char *path, int flags)) {
@@ -103,11 +118,14 @@ INTERPOSE(int, unlinkat, (int dirFd, const char *path, int flags)) {
 }
 
 INTERPOSE(int, remove, (const char *path)) {
+    if (callFails("remove")) {
+        return -1;
+    }
     const int result = unlinkPath(path, 0);
     return result != 0 && (errno == EISDIR || errno == EPERM) ? unlinkPath(path, AT_REMOVEDIR)
                                                               : result;
 }
 
 INTERPOSE(key_t, ftok, (const char *path, int project)) {
-    return passPath<key_t>("ftok", path, project);
+    return passPathUnlessFailing("ftok", "ftok", path, project);
 }

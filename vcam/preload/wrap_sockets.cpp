@@ -46,11 +46,17 @@ private:
 } // namespace
 
 INTERPOSE(int, bind, (int fd, const sockaddr *address, socklen_t length)) {
+    if (callFails("bind")) {
+        return -1;
+    }
     const CameraAddress camera(address, length);
     return static_cast<int>(syscall(SYS_bind, fd, camera.get(), camera.length()));
 }
 
 INTERPOSE(int, connect, (int fd, const sockaddr *address, socklen_t length)) {
+    if (callFails("connect")) {
+        return -1;
+    }
     const CameraAddress camera(address, length);
     return static_cast<int>(syscall(SYS_connect, fd, camera.get(), camera.length()));
 }
