@@ -65,7 +65,6 @@ int AoDevice::command(BoardFile &file, std::uint32_t command, void *record) {
         return refuseRecord();
     }
     if (command == AO_CMD_BIND) {
-        closeForTheDead();
         file.channel = *static_cast<const std::uint32_t *>(record);
         return file.channel < aoChannelCount ? 0 : ERR_AO_INVALID_CHN;
     }
@@ -171,10 +170,14 @@ int AoDevice::enable() {
 
 int AoDevice::disable() {
     AoRegisters &ao = registers().ao;
-    for (const AoChannelRegisters &channel : ao.channels) {
-        if (channel.enabled != 0) {
+    for (AoChannelRegisters &channel : ao.channels) {
+        if (channel.enabled == 0) {
+            continue;
+        }
+        if (isProcessAlive(channel.owner)) {
             return ERR_AO_NOT_PERM;
         }
+        disableChannel(channel); // the kernel has closed the descriptors of a process that died
     }
     ao.enabled = 0;
     boardLog(board(), "ao: device disabled\n");
@@ -234,7 +237,8 @@ int AoDevice::enableChannel(AoChannelRegisters &channel) {
     }
     clear(channel);
     channel.paused = 0;
-    channel.enabled = static_cast<std::uint32_t>(getpid());
+    channel.owner = static_cast<std::uint32_t>(getpid());
+    channel.enabled = 1;
     return 0;
 }
 
@@ -243,21 +247,14 @@ void AoDevice::disableChannel(AoChannelRegisters &channel) {
     channel.enabled = 0;
 }
 
-// A kernel closes what a killed process has left open; here the next one to come does.
-void AoDevice::closeForTheDead() {
-    for (AoChannelRegisters &channel : registers().ao.channels) {
-        if (channel.enabled != 0 && !isProcessAlive(channel.enabled)) {
-            disableChannel(channel);
-        }
-    }
-}
-
 int AoDevice::send(std::uint32_t number, const AoSendRecord &record) {
     AoRegisters &ao = registers().ao;
     AoChannelRegisters &channel = ao.channels[number];
     if (ao.enabled == 0 || channel.enabled == 0) {
         return ERR_AO_NOT_ENABLED;
     }
+    channel.owner =
+        static_cast<std::uint32_t>(getpid()); // it may have detached since it enabled it
     AIO_ATTR_S attr = {};
     copyWords(&attr, ao.attr, std::size(ao.attr));
     const AoFrameRecord &frame = record.frame;

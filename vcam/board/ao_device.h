@@ -18,7 +18,6 @@ private:
     int disable();
     int enableChannel(AoChannelRegisters &channel);
     void disableChannel(AoChannelRegisters &channel);
-    void closeForTheDead();
     int send(std::uint32_t channel, const AoSendRecord &record);
     bool waitForRoom(const AoChannelRegisters &channel, std::int32_t milliSec);
     void clear(AoChannelRegisters &channel);

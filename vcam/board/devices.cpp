@@ -36,6 +36,9 @@ int BoardDevices::command(BoardDevice &device, BoardFile &file, std::uint32_t co
 
 bool boardIssueFails(BoardRegisters &registers, std::uint32_t command, std::int32_t *result) {
     for (FaultRegisters &fault : registers.faults) {
+        if (fault.command == 0) {
+            return false;
+        }
         if (fault.countdown == 0 || fault.command != command) {
             continue;
         }

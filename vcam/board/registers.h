@@ -37,7 +37,8 @@ struct AoPeriodSlot {
 // A channel's queue is a ring that the driver fills and the DAC empties. All counts only ever grow:
 // slots [played, queued) wait, except those below `flushed`, which are to be dropped.
 struct AoChannelRegisters {
-    Register enabled; // the process that it is enabled for, 0: none
+    Register enabled;
+    Register owner; // the process that enabled it, or sent to it last
     Register paused;
     Register queued;  // periods taken from senders; written by the driver
     Register played;  // periods that have left the queue; written by the DAC
@@ -128,9 +129,10 @@ struct LogRegisters {
     char text[logRoom];
 };
 
-constexpr std::uint32_t faultCount = 8;
+constexpr std::uint32_t faultCount = 128;
 
 // A command, or a call of the C library, that is to fail: the countdown-th time that it is issued.
+// The slots are filled from the first on.
 struct FaultRegisters {
     Register command;   // or the call's code (library_calls.h); 0: no fault is set
     Register countdown; // 0: it has failed

@@ -105,7 +105,7 @@ void showFaults(const BoardRegisters &registers) {
             name << "0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0')
                  << fault.command;
         }
-        line(("fault of " + name.str()).c_str(),
+        line(("fault " + name.str()).c_str(),
              fault.countdown == 0 ? "has come" : std::to_string(fault.countdown) + " issues away");
     }
 }
