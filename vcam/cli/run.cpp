@@ -3,23 +3,17 @@
 #include "base/unique_fd.h"
 #include "vcam/board/devices.h"
 #include "vcam/board/library_calls.h"
+#include "vcam/cli/camera_files.h"
 #include "vcam/cli/child.h"
 #include "vcam/cli/log_collector.h"
-#include "vcam/cli/sample_config.h"
 #include "vcam/speaker/player.h"
 #include "vcam/speaker/wav_speaker.h"
 #include "vcam/tessel/tessel.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstring>
-#include <fstream>
 #include <iostream>
 #include <optional>
 
@@ -29,61 +23,6 @@ namespace {
 
 constexpr auto endPatience = std::chrono::seconds(5);
 constexpr std::int32_t faultResult = -1;
-
-// Holds the directory for this process alone. Only a directory of its own is a camera's: files are
-// made and removed in it.
-UniqueFd lockDirectory(const CameraDir &dir) {
-    std::error_code error;
-    fs::create_directories(dir.path(), error);
-    if (!fs::exists(dir.lockFile()) && fs::exists(dir.path()) && !fs::is_empty(dir.path(), error)) {
-        throw CameraError(dir.path().string() +
-                          " holds other files; a camera needs a directory of its own");
-    }
-    UniqueFd lock(open(dir.lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!lock) {
-        throw CameraError("cannot use the directory " + dir.path().string() + ": " +
-                          std::strerror(errno));
-    }
-    if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
-        throw CameraError("a camera is already running in " + dir.path().string());
-    }
-    return lock;
-}
-
-// The camera's files other than its sound and its logs; gone when the camera is.
-class CameraFiles {
-public:
-    explicit CameraFiles(const CameraDir &dir) : dir_(dir) {
-        remove();
-        for (const char *path : {streamSocketPath, tesselSocketPath, logSocketPath}) {
-            fs::create_directories(dir.place(path).parent_path());
-        }
-        writePidFile(dir.place(videoPidPath), getpid());
-        writePidFile(dir.place(encoderPidPath), getpid());
-        if (!fs::exists(dir.configFile())) {
-            std::ofstream(dir.configFile()) << sampleConfig;
-        }
-    }
-    CameraFiles(const CameraFiles &) = delete;
-    CameraFiles &operator=(const CameraFiles &) = delete;
-    ~CameraFiles() { remove(); }
-
-private:
-    void remove() {
-        std::error_code ignored;
-        for (const char *place : {"var/run", "tmp/tessel", "usr/sbin", "dev/log"}) {
-            fs::remove_all(dir_.path() / place, ignored);
-            const fs::path parent = (dir_.path() / place).parent_path();
-            if (parent != dir_.path() && fs::is_empty(parent, ignored)) {
-                fs::remove(parent, ignored);
-            }
-        }
-        fs::remove(dir_.registersFile(), ignored);
-        fs::remove(dir_.memoryFile(), ignored);
-    }
-
-    const CameraDir &dir_;
-};
 
 // Sets a fault that is written as COMMAND:N, where COMMAND is a driver's or a call's name.
 void setFault(BoardRegisters &registers, const std::string &fault) {
@@ -112,17 +51,6 @@ void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
     registers.sys.tuningMode = options.tuning ? 1 : 0;
     for (const std::string &fault : options.faults) {
         setFault(registers, fault);
-    }
-}
-
-// Tells the daemon of a new volume, as the camera's settings daemon does. Before it has written its
-// PID file it takes no signals.
-void signalVolume(const CameraDir &dir, const std::string &key) {
-    if (key != "audioout_c0_volume") {
-        return;
-    }
-    if (const std::optional<int> pid = readPidFile(dir.place(voxoPidPath))) {
-        kill(*pid, SIGHUP);
     }
 }
 

@@ -1,0 +1,66 @@
+#include "vcam/cli/camera_files.h"
+
+#include "vcam/cli/sample_config.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+
+namespace fs = std::filesystem;
+
+UniqueFd lockDirectory(const CameraDir &dir) {
+    std::error_code error;
+    fs::create_directories(dir.path(), error);
+    if (!fs::exists(dir.lockFile()) && fs::exists(dir.path()) && !fs::is_empty(dir.path(), error)) {
+        throw CameraError(dir.path().string() +
+                          " holds other files; a camera needs a directory of its own");
+    }
+    UniqueFd lock(open(dir.lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!lock) {
+        throw CameraError("cannot use the directory " + dir.path().string() + ": " +
+                          std::strerror(errno));
+    }
+    if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        throw CameraError("a camera is already running in " + dir.path().string());
+    }
+    return lock;
+}
+
+CameraFiles::CameraFiles(const CameraDir &dir) : dir_(dir) {
+    remove();
+    for (const char *path : {streamSocketPath, tesselSocketPath, logSocketPath}) {
+        fs::create_directories(dir.place(path).parent_path());
+    }
+    writePidFile(dir.place(videoPidPath), getpid());
+    writePidFile(dir.place(encoderPidPath), getpid());
+    if (!fs::exists(dir.configFile())) {
+        std::ofstream(dir.configFile()) << sampleConfig;
+    }
+}
+
+void CameraFiles::remove() {
+    std::error_code ignored;
+    for (const char *place : {"var/run", "tmp/tessel", "usr/sbin", "dev/log"}) {
+        fs::remove_all(dir_.path() / place, ignored);
+        const fs::path parent = (dir_.path() / place).parent_path();
+        if (parent != dir_.path() && fs::is_empty(parent, ignored)) {
+            fs::remove(parent, ignored);
+        }
+    }
+    fs::remove(dir_.registersFile(), ignored);
+    fs::remove(dir_.memoryFile(), ignored);
+}
+
+void signalVolume(const CameraDir &dir, const std::string &key) {
+    if (key != "audioout_c0_volume") {
+        return;
+    }
+    if (const std::optional<int> pid = readPidFile(dir.place(voxoPidPath))) {
+        kill(*pid, SIGHUP);
+    }
+}

@@ -1,0 +1,30 @@
+// What a process that runs a camera keeps in the camera's directory.
+#pragma once
+
+#include "base/unique_fd.h"
+#include "vcam/camera/camera.h"
+
+#include <string>
+
+// Holds the directory for this process alone, for as long as the descriptor is open. Only a
+// directory of its own is a camera's: files are made and removed in it. Throws when it cannot be
+// had.
+UniqueFd lockDirectory(const CameraDir &dir);
+
+// The camera's files other than its sound and its logs; gone when the camera is.
+class CameraFiles {
+public:
+    explicit CameraFiles(const CameraDir &dir);
+    CameraFiles(const CameraFiles &) = delete;
+    CameraFiles &operator=(const CameraFiles &) = delete;
+    ~CameraFiles() { remove(); }
+
+private:
+    void remove();
+
+    const CameraDir &dir_;
+};
+
+// Tells the daemon of a new volume, as the camera's settings daemon does. Before it has written its
+// PID file it takes no signals.
+void signalVolume(const CameraDir &dir, const std::string &key);
