@@ -39,14 +39,14 @@ public:
         return held_;
     }
 
-    // False: reported.
+    // False: reported, and tried once more when the lock goes: held on to, it would keep the
+    // settings daemon and this process's next reading waiting for ever.
     bool giveBack() {
-        held_ = false;
-        if (!operate(1)) {
+        held_ = !operate(1);
+        if (held_) {
             std::perror("semop");
-            return false;
         }
-        return true;
+        return !held_;
     }
 
 private:
