@@ -1,0 +1,344 @@
+// The soak: a camera of this process's own, stream records as fast as they are taken, and
+// everything else that reaches the daemon in between. What the loudspeaker plays is compared with
+// what was sent, sample by sample, and the daemon's resources are watched.
+#include "vcam/cli/commands.h"
+
+#include "vcam/cli/camera_files.h"
+#include "vcam/cli/child.h"
+#include "vcam/cli/environment.h"
+#include "vcam/cli/law_codec.h"
+#include "vcam/cli/log_collector.h"
+#include "vcam/cli/soak_intruder.h"
+#include "vcam/cli/soak_listener.h"
+#include "vcam/cli/stream_sender.h"
+#include "vcam/speaker/player.h"
+#include "vcam/tessel/tessel.h"
+
+#include <fcntl.h>
+#include <sndfile.hh>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <optional>
+#include <random>
+#include <span>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint32_t seed = 20;
+constexpr std::size_t longestStretch = 100; // records
+constexpr std::size_t chunkSamples = 1024;  // of a clip
+constexpr std::size_t longestClip = 24;     // chunks
+constexpr auto patience = std::chrono::seconds(10);
+constexpr auto endPatience = std::chrono::seconds(5);
+constexpr unsigned linesOfProgress = 20;
+constexpr std::size_t memoryTolerance = 64; // kB
+
+// What the daemon holds.
+struct Resources {
+    std::size_t residentKilobytes = 0;
+    std::size_t dataKilobytes = 0;
+    std::size_t descriptors = 0;
+    std::size_t segments = 0; // of shared memory that it has attached
+};
+
+// A field of a file of /proc that has lines LABEL VALUE.
+std::size_t fieldOf(const std::filesystem::path &file, const std::string &label) {
+    std::ifstream in(file);
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with(label)) {
+            return std::stoul(line.substr(label.size()));
+        }
+    }
+    throw CameraError("no " + label + " in " + file.string());
+}
+
+Resources resourcesOf(pid_t pid) {
+    const std::filesystem::path process = "/proc/" + std::to_string(pid);
+    Resources result;
+    result.residentKilobytes = fieldOf(process / "smaps_rollup", "Private_Dirty:");
+    result.dataKilobytes = fieldOf(process / "status", "VmData:");
+    for ([[maybe_unused]] const auto &fd : std::filesystem::directory_iterator(process / "fd")) {
+        ++result.descriptors;
+    }
+    std::ifstream maps(process / "maps");
+    for (std::string line; std::getline(maps, line);) {
+        result.segments += line.find("/SYSV") != std::string::npos ? 1 : 0;
+    }
+    return result;
+}
+
+template <typename Value>
+void row(const char *label, const Value &value) {
+    std::cout << "  " << std::left << std::setw(34) << label << std::right << std::setw(16) << value
+              << '\n';
+}
+
+std::string fromTo(std::size_t first, std::size_t last) {
+    return std::to_string(first) + " -> " + std::to_string(last);
+}
+
+class Soak {
+public:
+    Soak(const CameraDir &dir, const sigset_t &signals)
+        : dir_(dir), signals_(signals), lock_(lockDirectory(dir)), files_(dir),
+          board_(dir, MappedBoard::Mode::create), collector_(dir),
+          player_((prepare(board_.registers()), board_.board()), listener_) {
+        startSettings();
+        daemon_.start({besideThisProgram("bin/voxo").string(), "-c", dir.configFile().string(),
+                       "-p", voxoPidPath},
+                      [&dir] {
+                          enterBoard(dir);
+                          const int out = open((dir.path() / "voxo.log").c_str(),
+                                               O_WRONLY | O_CREAT | O_TRUNC, 0600);
+                          dup2(out, STDOUT_FILENO);
+                          dup2(out, STDERR_FILENO);
+                      });
+        sender_.emplace(dir);
+        intruder_.emplace(dir);
+        intruder_->settle();
+    }
+
+    // Returns the exit status of the command.
+    int run(std::size_t records) {
+        const Clock::time_point start = Clock::now();
+        std::size_t shown = 0;
+        Resources quarter;
+        while (records_ < records) {
+            round(records);
+            requireRunning();
+            if (quarter.descriptors == 0 && 4 * records_ >= records) {
+                quarter = resources();
+            }
+            if (linesOfProgress * records_ / records > shown) {
+                shown = linesOfProgress * records_ / records;
+                std::cout << "vcam: soak " << records_ << " of " << records << " records, "
+                          << clips_ << " clips, private " << resources().residentKilobytes << " kB"
+                          << std::endl;
+            }
+        }
+        const Resources last = resources();
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        const int status = daemon_.end(signals_, endPatience, [] {});
+        return printTable(seconds, quarter, last, status);
+    }
+
+private:
+    static void prepare(BoardRegisters &registers) {
+        registers.pace = paceAsTheyCome;
+        registers.dacPid = static_cast<std::uint32_t>(getpid());
+        registers.sys.hasConfig = 1;
+    }
+
+    std::size_t below(std::size_t limit) { return random_() % limit; }
+
+    // One stretch of stream, and one thing that happens after it.
+    void round(std::size_t records) {
+        stretch(std::min(1 + below(longestStretch), records - records_));
+        switch (below(8)) {
+        case 0:
+        case 1:
+            playClip(1 + below(longestClip));
+            break;
+        case 2:
+            stopClipInTheMiddle(1 + below(longestClip));
+            break;
+        case 3:
+            startClipWhileTalking();
+            break;
+        case 4:
+            changeVolume();
+            break;
+        case 5:
+            intruder_->sendBrokenMessages(random_);
+            break;
+        case 6:
+            if (below(8) == 0) {
+                restartSettings();
+            }
+            break;
+        default:
+            break;
+        }
+    }
+
+    // Sends records of one law, with hostile datagrams in between, and hears all that has left the
+    // platform's buffer.
+    void stretch(std::size_t count) {
+        const Law law = below(2) == 0 ? Law::a : Law::u;
+        sender_->sendLaw(law);
+        std::vector<std::uint8_t> bytes(count * streamPayload);
+        std::generate(bytes.begin(), bytes.end(),
+                      [this] { return static_cast<std::uint8_t>(random_()); });
+        const Samples samples = lawDecode(bytes, law);
+        for (std::size_t i = 0; i < count; ++i) {
+            if (below(16) == 0) {
+                intruder_->sendHostileDatagram(random_);
+            }
+            const std::size_t at = i * streamPayload;
+            sender_->sendPayload(std::span(bytes).subspan(at, streamPayload));
+            listener_.expect(std::span(samples).subspan(at, streamPayload));
+        }
+        records_ += count;
+        listener_.hear(patience);
+        intruder_->settle(); // the last record has been handled, not only the one before it
+    }
+
+    // A clip of so many whole chunks and a piece that is not played.
+    void nameClip(std::size_t chunks) {
+        Samples clip(chunks * chunkSamples + below(chunkSamples));
+        std::generate(clip.begin(), clip.end(),
+                      [this] { return static_cast<std::int16_t>(random_()); });
+        SndfileHandle(clipFile(), SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 8000)
+            .write(clip.data(), static_cast<sf_count_t>(clip.size()));
+        for (std::size_t i = 0; i < chunks; ++i) {
+            listener_.expect(std::span(clip).subspan(i * chunkSamples, chunkSamples));
+        }
+        ++clips_;
+    }
+
+    void playClip(std::size_t chunks) {
+        nameClip(chunks);
+        startClip(dir_, clipFile());
+        listener_.hear(patience);
+        intruder_->settle();
+        intruder_->settle(); // the first may have come between the last chunks
+        listener_.cleared();
+    }
+
+    void stopClipInTheMiddle(std::size_t chunks) {
+        nameClip(chunks);
+        startClip(dir_, clipFile());
+        usleep(static_cast<useconds_t>(below(2000)));
+        stopClip(dir_);
+        intruder_->settle();
+        listener_.cleared();
+    }
+
+    void startClipWhileTalking() {
+        if (!settings_) {
+            return;
+        }
+        talk(dir_, true);
+        startClip(dir_, clipFile());
+        intruder_->settle();
+        intruder_->settle();
+        talk(dir_, false);
+        listener_.cleared();
+    }
+
+    void changeVolume() {
+        if (!settings_) {
+            return;
+        }
+        const std::size_t volume = below(101);
+        setSetting(dir_, "audioout_c0_volume", std::to_string(volume));
+        const std::uint32_t gain = static_cast<std::uint32_t>(91 - volume * 91 / 100);
+        const Register &left = board_.registers().acodec.volume[0];
+        for (const auto deadline = Clock::now() + patience; left != gain; usleep(1000)) {
+            if (Clock::now() > deadline) {
+                throw CameraError("the volume does not change");
+            }
+        }
+        ++volumes_;
+    }
+
+    void startSettings() {
+        settings_.emplace(dir_, SettingsStore::ofCamera(),
+                          [this](const std::string &key) { signalVolume(dir_, key); });
+    }
+
+    // The settings daemon goes, and comes back with the next of these.
+    void restartSettings() {
+        if (settings_) {
+            settings_.reset();
+        } else {
+            startSettings();
+        }
+        ++restarts_;
+    }
+
+    void requireRunning() {
+        if (const std::optional<int> status = daemon_.poll()) {
+            throw CameraError("voxo has ended by itself, with status " + std::to_string(*status));
+        }
+        sigset_t ending = {};
+        sigaddset(&ending, SIGINT);
+        sigaddset(&ending, SIGTERM);
+        const timespec now = {};
+        if (sigtimedwait(&ending, nullptr, &now) > 0) {
+            throw CameraError("the soak was interrupted");
+        }
+    }
+
+    // At rest: what the daemon opens for a moment is closed again.
+    Resources resources() const {
+        intruder_->settle();
+        return resourcesOf(*readPidFile(dir_.place(voxoPidPath)));
+    }
+    std::string clipFile() const { return dir_.path() / "clip.wav"; }
+
+    int printTable(double seconds, const Resources &first, const Resources &last, int status) {
+        const std::size_t differing = listener_.differing();
+        std::cout << "vcam: the soak, resources from its first quarter on\n";
+        row("records", records_);
+        row("clips", clips_);
+        row("volumes set", volumes_);
+        row("settings daemon stopped or started", restarts_);
+        row("hostile datagrams and messages", intruder_->count());
+        row("seconds", static_cast<std::size_t>(seconds));
+        row("records a second", static_cast<std::size_t>(static_cast<double>(records_) / seconds));
+        row("private memory, kB", fromTo(first.residentKilobytes, last.residentKilobytes));
+        row("data segment, kB", fromTo(first.dataKilobytes, last.dataKilobytes));
+        row("descriptors", fromTo(first.descriptors, last.descriptors));
+        row("segments attached", fromTo(first.segments, last.segments));
+        row("samples heard", listener_.heard());
+        row("samples that differ", differing);
+        row("exit status of the daemon", status);
+        const bool isFlat = last.residentKilobytes <= first.residentKilobytes + memoryTolerance &&
+                            last.dataKilobytes <= first.dataKilobytes + memoryTolerance &&
+                            last.descriptors == first.descriptors && last.segments == 0;
+        if (!isFlat) {
+            std::cout << "vcam: the daemon's resources have grown\n";
+        }
+        return isFlat && differing == 0 && status == 0 ? 0 : 1;
+    }
+
+    const CameraDir &dir_;
+    const sigset_t &signals_;
+    const UniqueFd lock_;
+    const CameraFiles files_;
+    MappedBoard board_;
+    const LogCollector collector_;
+    std::optional<Tessel> settings_;
+    Listener listener_;
+    const Player player_;
+    Child daemon_;
+    std::optional<StreamSender> sender_;
+    std::optional<Intruder> intruder_;
+    std::mt19937 random_{seed};
+    std::size_t records_ = 0;
+    std::size_t clips_ = 0;
+    std::size_t volumes_ = 0;
+    std::size_t restarts_ = 0;
+};
+
+} // namespace
+
+int soak(const CameraDir &dir, std::size_t records) {
+    // Blocked in every thread that is started from here on. The daemon tells this process, which is
+    // the audio encoder to it, of its start and end.
+    sigset_t signals = {};
+    for (const int signal : {SIGINT, SIGTERM, SIGCHLD, SIGUSR1}) {
+        sigaddset(&signals, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return Soak(dir, signals).run(records);
+}

@@ -1,0 +1,90 @@
+#include "vcam/cli/soak_intruder.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+constexpr auto patience = std::chrono::seconds(20);
+constexpr useconds_t lookMicroSec = 50;
+constexpr std::size_t recordHeader = 44;
+constexpr std::size_t longestRecord = 20000; // more than the daemon takes
+
+// A message of a type that the daemon takes and does nothing for.
+const std::string fence("\1\4\1\0.", 5);
+
+} // namespace
+
+Intruder::Intruder(const CameraDir &dir)
+    : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
+      fifo_(open(dir.place(controlFifoPath).c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) {
+    const CameraDir::Address address = dir.socketAddress(streamSocketPath);
+    if (!fifo_ || connect(socket_.get(), reinterpret_cast<const sockaddr *>(&address.address),
+                          address.length) != 0) {
+        throw CameraError("the daemon has no stream socket or control FIFO open");
+    }
+}
+
+void Intruder::sendHostileDatagram(std::mt19937 &random) {
+    const std::size_t sizes[] = {0, random() % recordHeader, recordHeader,
+                                 recordHeader + random() % 1000, longestRecord};
+    std::vector<std::uint8_t> record(sizes[random() % std::size(sizes)]);
+    for (std::uint8_t &byte : record) {
+        byte = static_cast<std::uint8_t>(random());
+    }
+    if (record.size() >= recordHeader) {
+        // Audio of a size that is not there, or with more header than size.
+        const auto size = static_cast<std::uint32_t>(record.size());
+        const std::uint32_t words[] = {random() % 2 == 0 ? size + 1 : size, 0x31313747};
+        std::memcpy(record.data(), words, sizeof words);
+        std::memcpy(record.data() + 40, &size, sizeof size);
+    }
+    send(socket_.get(), record.data(), record.size(), MSG_NOSIGNAL);
+    ++count_;
+}
+
+void Intruder::sendBrokenMessages(std::mt19937 &random) {
+    const std::string body = R"(<message><control class="1" value="1"/>)"; // has no end
+    const auto length = static_cast<char>(body.size());
+    const std::string messages[] = {std::string(1 + random() % 3, '\2'),
+                                    std::string(1 + random() % 2000, '\0'),
+                                    std::string(1 + random() % 2000, '\7'),
+                                    std::string("\2\0\0\0", 4),
+                                    std::string("\3\4\xff\xff", 4) + std::string(3000, 'x'),
+                                    std::string({'\2', '\4', length, '\0'}) + body,
+                                    std::string({'\3', '\4', length, '\0'}) + body,
+                                    std::string({'\2', '\4', length, '\0'}),
+                                    body};
+    for (const std::string &message : messages) {
+        write(message);
+        settle();
+        ++count_;
+    }
+}
+
+void Intruder::settle() const {
+    // The daemon has dealt with a message when it reads the next one.
+    for (int i = 0; i < 2; ++i) {
+        write(fence);
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        for (int waiting = 1; ioctl(fifo_.get(), FIONREAD, &waiting) == 0 && waiting > 0;) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                throw CameraError("the daemon does not read its messages");
+            }
+            usleep(lookMicroSec);
+        }
+    }
+}
+
+void Intruder::write(const std::string &bytes) const {
+    if (::write(fifo_.get(), bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+        throw CameraError("the daemon no longer takes messages");
+    }
+}
