@@ -37,6 +37,10 @@ const char *cameraPlaceOf(const char *path, char *buffer) {
     return cameraDir() != nullptr ? placeOf(cameraDir(), path, buffer) : path;
 }
 
+bool callFails(FailingCall /*call*/) {
+    return false;
+}
+
 INTERPOSE(int, setsockopt, (int fd, int level, int name, const void *value, socklen_t size)) {
     timeval timeout = {};
     if (cameraDir() != nullptr && (name == SO_RCVTIMEO || name == SO_SNDTIMEO)) {

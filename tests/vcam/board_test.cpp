@@ -279,10 +279,9 @@ TEST_F(BoardTest, HandsOutMemory) {
 TEST_F(BoardTest, ClosesWhatKilledProcessesLeftOpen) {
     open();
     EXPECT_EQ(err(0xA0168009), ao(files_[0], 0x00005804));
-    regs().channels[0].enabled = 0x7FFFFFFF;
-    BoardFile next = {UINT32_MAX};
-    EXPECT_EQ(0, word(next, 0x40045800, 0));
-    EXPECT_EQ(0, ao(next, 0x00005804));
+    regs().channels[0].owner = 0x7FFFFFFF;
+    EXPECT_EQ(0, ao(files_[0], 0x00005804));
+    EXPECT_EQ(0U, regs().channels[0].enabled);
 }
 
 TEST_F(BoardTest, KeepsPoolsAndLogs) {

@@ -24,7 +24,7 @@ constexpr auto recordTime = std::chrono::milliseconds(80);
 // Records sent ahead of time, so that a sender or daemon that is late is not heard.
 constexpr std::size_t recordsAhead = 5;
 constexpr auto playOutPatience = std::chrono::seconds(1);
-constexpr auto playOutLook = std::chrono::milliseconds(20);
+constexpr auto playOutLook = std::chrono::milliseconds(5);
 
 double seconds(std::size_t samples) {
     return static_cast<double>(samples) / streamRate;
@@ -76,16 +76,13 @@ void sendAll(StreamSender &sender, const std::vector<std::uint8_t> &bytes, bool 
     }
 }
 
-// Waits until the loudspeaker has played `periods` periods in all, or plays no more: records may
-// have been lost on the way.
-void waitForPlayOut(BoardRegisters &registers, std::uint32_t periods) {
+// Waits until the loudspeaker has played what the driver holds, or plays no more.
+void waitForPlayOut(BoardRegisters &registers) {
     const AoRegisters &ao = registers.ao;
     std::uint32_t seen = ao.periodsPlayed;
-    for (auto deadline = Clock::now() + playOutPatience; Clock::now() < deadline;) {
+    auto deadline = Clock::now() + playOutPatience;
+    while (aoQueueFill(ao.channels[0]) > 0 && Clock::now() < deadline) {
         const std::uint32_t played = ao.periodsPlayed;
-        if (static_cast<std::int32_t>(played - periods) >= 0 && aoQueueFill(ao.channels[0]) == 0) {
-            return;
-        }
         if (played != seen) {
             seen = played;
             deadline = Clock::now() + playOutPatience;
@@ -187,8 +184,8 @@ int cast(const CameraDir &dir, const CastOptions &options) {
     StreamSender sender(dir);
     sender.sendLaw(law);
     sendAll(sender, bytes, options.fast);
-    const auto audible = static_cast<std::uint32_t>(bytes.size() / streamPayload - 1);
-    waitForPlayOut(board.registers(), periodsBefore + audible);
+    sender.settle();
+    waitForPlayOut(board.registers());
     std::cout << "vcam: played to " << dir.speakerFile().string() << '\n';
     if (!options.check) {
         return 0;

@@ -95,7 +95,7 @@ public:
         daemon_.start({besideThisProgram("bin/voxo").string(), "-c", dir.configFile().string(),
                        "-p", voxoPidPath},
                       [&dir] {
-                          enterBoard(dir);
+                          enterBoard(dir, Target{});
                           const int out = open((dir.path() / "voxo.log").c_str(),
                                                O_WRONLY | O_CREAT | O_TRUNC, 0600);
                           dup2(out, STDOUT_FILENO);

@@ -2,6 +2,8 @@
 
 #include "camera/quill/quill.h"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -14,6 +16,9 @@ namespace {
 
 constexpr auto startPatience = std::chrono::seconds(5);
 constexpr auto startLook = std::chrono::milliseconds(1);
+
+constexpr auto settlePatience = std::chrono::seconds(5);
+constexpr auto settleLook = std::chrono::milliseconds(1);
 
 constexpr std::size_t headerSize = 44;
 constexpr std::size_t codecInfoSize = 64;
@@ -75,6 +80,25 @@ void StreamSender::sendPayload(std::span<const std::uint8_t> payload) {
     std::vector<std::uint8_t> record = newRecord(headerSize + payload.size(), "G711");
     std::copy(payload.begin(), payload.end(), record.begin() + headerSize);
     send(record);
+}
+
+void StreamSender::settle() {
+    // A record has been dealt with when the next one is read. These are of no known type.
+    for (int i = 0; i < 2; ++i) {
+        send(newRecord(headerSize, "VCAM"));
+        int before = 0;
+        auto deadline = std::chrono::steady_clock::now() + settlePatience;
+        for (int waiting = 1; ioctl(socket_.get(), SIOCOUTQ, &waiting) == 0 && waiting > 0;) {
+            const auto now = std::chrono::steady_clock::now();
+            if (waiting != before) {
+                before = waiting;
+                deadline = now + settlePatience;
+            } else if (now >= deadline) {
+                return;
+            }
+            std::this_thread::sleep_for(settleLook);
+        }
+    }
 }
 
 void StreamSender::send(std::span<const std::uint8_t> record) {

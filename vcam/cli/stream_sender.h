@@ -22,6 +22,9 @@ public:
     // Sends one payload. Waits for as long as the daemon does not take it.
     void sendPayload(std::span<const std::uint8_t> payload);
 
+    // Waits until the daemon has dealt with all records so far, or takes no more for a while.
+    void settle();
+
 private:
     void send(std::span<const std::uint8_t> record);
 

@@ -111,15 +111,13 @@ void Dac::finish() {
     AoRegisters &ao = registers_.ao;
     mix_.clear();
     for (std::uint32_t i = 0; i < aoChannelCount; ++i) {
-        AoChannelRegisters &channel = ao.channels[i];
+        const AoChannelRegisters &channel = ao.channels[i];
         if (!takesPart_[i]) {
             continue;
         }
         if (static_cast<std::int32_t>(channel.flushed - front_[i]) <= 0) {
             mixChannel(i);
         }
-        const std::uint32_t next = front_[i] + 1;
-        channel.played = next;
     }
     isPlaying_ = false;
     if (!mix_.empty()) {
@@ -128,6 +126,12 @@ void Dac::finish() {
         }
         sink_.play(format_, mix_);
         ++ao.periodsPlayed;
+    }
+    // What has left the queue has been heard: who waits for an empty queue may look at the sink.
+    for (std::uint32_t i = 0; i < aoChannelCount; ++i) {
+        if (takesPart_[i]) {
+            ao.channels[i].played = front_[i] + 1;
+        }
     }
     ++ao.space;
     time_.wake(ao.space);
