@@ -39,7 +39,10 @@ constexpr std::size_t longestClip = 24;     // chunks
 constexpr auto patience = std::chrono::seconds(10);
 constexpr auto endPatience = std::chrono::seconds(5);
 constexpr unsigned linesOfProgress = 20;
-constexpr std::size_t memoryTolerance = 64; // kB
+constexpr int looks = 10;
+constexpr useconds_t lookMicroSec = 1000;
+// kB: what a sanitizer keeps of the clips is below it, what a day of records would leak far above.
+constexpr std::size_t memoryTolerance = 256;
 
 // What the daemon holds.
 struct Resources {
@@ -278,10 +281,19 @@ private:
         }
     }
 
-    // At rest: what the daemon opens for a moment is closed again.
+    // The least of several looks: now and then the daemon has a socket open for a moment.
     Resources resources() const {
         intruder_->settle();
-        return resourcesOf(*readPidFile(dir_.place(voxoPidPath)));
+        Resources least = resourcesOf(daemon_.pid());
+        for (int look = 0; look < looks; ++look) {
+            usleep(lookMicroSec);
+            const Resources now = resourcesOf(daemon_.pid());
+            least.residentKilobytes = std::min(least.residentKilobytes, now.residentKilobytes);
+            least.dataKilobytes = std::min(least.dataKilobytes, now.dataKilobytes);
+            least.descriptors = std::min(least.descriptors, now.descriptors);
+            least.segments = std::min(least.segments, now.segments);
+        }
+        return least;
     }
     std::string clipFile() const { return dir_.path() / "clip.wav"; }
 
