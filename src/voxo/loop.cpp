@@ -52,6 +52,9 @@ void voxoMainLoop(VoxoContext *context) {
             voxoSetVolume(context);
         }
         const bool playsClip = clipStart == 1 && voxoCheck2WayAudio() != twoWayInProgress;
+        if (quitRequested != 0) {
+            break; // asked for during the question; a step of the clip would only ask the next one
+        }
         if (playsClip) {
             clipStep(context, &state);
         } else if (!streamStep(context, &state)) {
