@@ -21,6 +21,9 @@ public:
     // It is told to end when this process dies. `prepare` runs in the child.
     void start(const std::vector<std::string> &command, const std::function<void()> &prepare);
 
+    // Its process id; 0 when there is none, or none any more.
+    pid_t pid() const { return pid_; }
+
     // Its exit status if it has ended (128 and the signal's number if one ended it).
     std::optional<int> poll();
 

@@ -1,0 +1,154 @@
+// Daemons that come and go at the worst moments. Each leaves on the camera what the next one finds.
+#include "tests/support/camera_process.h"
+#include "vcam/cli/child.h"
+#include "vcam/cli/stream_sender.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <random>
+#include <thread>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+const std::string speech = VOXO_SPEECH_SAMPLE;
+const std::vector<std::string> bare = {"--bare", "--fast"};
+
+class Daemon {
+public:
+    explicit Daemon(const CameraProcess &camera) : log_(camera.dir() / "voxo.log") {
+        std::filesystem::remove(log_);
+        child_.start({programPath("vcam"), "--dir", camera.dir(), "exec", programPath("voxo"), "-c",
+                      camera.dir() / "voxo.xml", "-p", voxoPidPath},
+                     [this] {
+                         const int out = open(log_.c_str(), O_WRONLY | O_CREAT, 0600);
+                         dup2(out, STDOUT_FILENO);
+                         dup2(out, STDERR_FILENO);
+                     });
+    }
+
+    bool says(const std::string &text) const {
+        return eventually([&] {
+            std::ifstream in(log_);
+            return std::string(std::istreambuf_iterator<char>(in), {}).find(text) !=
+                   std::string::npos;
+        });
+    }
+    bool isReady() const { return says("G.711Dec initialized!"); }
+    pid_t pid() const { return child_.pid(); }
+
+    // Sends a signal, unless it is 0, and returns the exit status; -1 if it does not end in time.
+    int end(int signal) {
+        kill(child_.pid(), signal);
+        int status = -1;
+        eventually([&] { return (status = child_.poll().value_or(-1)) != -1; },
+                   std::chrono::seconds(5));
+        return status;
+    }
+
+private:
+    const std::filesystem::path log_;
+    Child child_;
+};
+
+void expectGoodDaemon(const CameraProcess &camera) {
+    Daemon daemon(camera);
+    ASSERT_TRUE(daemon.isReady());
+    const Finished cast = camera.vcam({"cast", speech, "--fast", "--check"});
+    EXPECT_EQ(0, cast.status) << cast.out << cast.err;
+    EXPECT_EQ(0, daemon.end(SIGTERM));
+}
+
+TEST(Storm, StartsAndEndsAHundredTimes) {
+    const CameraProcess camera(bare);
+    for (int i = 0; i < 100; ++i) {
+        Daemon daemon(camera);
+        ASSERT_TRUE(daemon.isReady()) << i;
+        ASSERT_EQ(0, daemon.end(i % 2 == 0 ? SIGTERM : SIGINT)) << i;
+    }
+    expectGoodDaemon(camera);
+}
+
+TEST(Storm, EndsAtAnyMomentOfItsStart) {
+    const CameraProcess camera(bare);
+    std::mt19937 random(7);
+    for (int i = 0; i < 30; ++i) {
+        Daemon daemon(camera);
+        std::this_thread::sleep_for(milliseconds(random() % 250));
+        const int status = daemon.end(SIGTERM); // it is taken from the open output on
+        EXPECT_TRUE(status == 0 || status == 128 + SIGTERM) << status;
+    }
+    expectGoodDaemon(camera);
+}
+
+TEST(Storm, EndsInTheMiddleOfWhateverItDoes) {
+    const CameraProcess camera({"--bare"});
+    const pid_t cameraPid = readPidFile(camera.place(encoderPidPath)).value_or(0);
+    ASSERT_GT(cameraPid, 0);
+    const auto startClip = [&](const Daemon &daemon, const char *until) {
+        EXPECT_EQ(0, camera.vcam({"clip", "start", speech}).status);
+        EXPECT_TRUE(daemon.says(until));
+    };
+    const std::function<void(const Daemon &)> moments[] = {
+        [&](const Daemon &) { // more records than the output has room for
+            StreamSender sender(CameraDir(camera.dir()));
+            for (int i = 0; i < 34; ++i) {
+                sender.sendPayload(std::vector<std::uint8_t>(streamPayload, 0x11));
+            }
+        },
+        [&](const Daemon &daemon) { startClip(daemon, "= Audio Clip Start ="); },
+        [&](const Daemon &daemon) { startClip(daemon, "[play to the end of the file]"); },
+        [&](const Daemon &daemon) { // the settings daemon does not answer
+            kill(cameraPid, SIGSTOP);
+            startClip(daemon, "Get start!!");
+            std::this_thread::sleep_for(milliseconds(200));
+        }};
+    for (const auto &reach : moments) {
+        Daemon daemon(camera);
+        ASSERT_TRUE(daemon.isReady());
+        reach(daemon);
+        EXPECT_EQ(0, daemon.end(SIGTERM));
+        kill(cameraPid, SIGCONT);
+    }
+}
+
+TEST(Storm, StartsOnWhatAKilledDaemonLeft) {
+    const CameraProcess camera(bare);
+    for (int i = 0; i < 3; ++i) {
+        Daemon daemon(camera);
+        ASSERT_TRUE(daemon.isReady());
+        EXPECT_EQ(0, camera.vcam({"cast", speech, "--fast"}).status);
+        EXPECT_EQ(128 + SIGKILL, daemon.end(SIGKILL));
+        EXPECT_EQ("yes", camera.status("device enabled"));
+        EXPECT_TRUE(std::filesystem::exists(camera.place(voxoPidPath)));
+    }
+    expectGoodDaemon(camera);
+}
+
+// The driver refuses the output to the second daemon, which ends. The name of the stream socket has
+// gone to it by then; who was connected to the first one still reaches it.
+TEST(Storm, KeepsTheFirstOfTwoDaemons) {
+    const CameraProcess camera(bare);
+    Daemon first(camera);
+    ASSERT_TRUE(first.isReady());
+    StreamSender sender(CameraDir(camera.dir()));
+    Daemon second(camera);
+    EXPECT_EQ(255, second.end(0));
+    EXPECT_TRUE(second.says("Open device fail"));
+    EXPECT_EQ(first.pid(), camera.daemon()); // the PID file is not the second one's to remove
+    for (int i = 0; i < 10; ++i) {
+        sender.sendPayload(std::vector<std::uint8_t>(streamPayload, 0x22));
+    }
+    EXPECT_TRUE(eventually([&] { return camera.heard().size() == 2 * 9 * streamPayload; }));
+    EXPECT_EQ(0, first.end(SIGTERM));
+    EXPECT_FALSE(std::filesystem::exists(camera.place(voxoPidPath)));
+    expectGoodDaemon(camera);
+}
+
+} // namespace
