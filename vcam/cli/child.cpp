@@ -76,8 +76,8 @@ int Child::end(const sigset_t &signals, std::chrono::seconds patience,
     if (pid_ == 0) {
         return 0;
     }
+    kill(SIGCONT); // first: while it ends, a leak checker may have it stopped
     kill(SIGTERM);
-    kill(SIGCONT);
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         if (const std::optional<int> status = poll()) {
