@@ -24,7 +24,7 @@ class Daemon {
 public:
     explicit Daemon(const CameraProcess &camera) : log_(camera.dir() / "voxo.log") {
         std::filesystem::remove(log_);
-        child_.start({programPath("vcam"), "--dir", camera.dir(), "exec", programPath("voxo"), "-c",
+        child_.start({vcamPath(), "--dir", camera.dir(), "exec", underTest("bin/voxo"), "-c",
                       camera.dir() / "voxo.xml", "-p", voxoPidPath},
                      [this] {
                          const int out = open(log_.c_str(), O_WRONLY | O_CREAT, 0600);
