@@ -21,7 +21,8 @@ TEST(Flood, KeepsNobodyWaiting) {
     std::atomic<std::size_t> sent = 0;
     const auto flood = [&](const std::stop_token &stop) {
         const UniqueFd fd(socket(AF_UNIX, SOCK_DGRAM, 0));
-        connect(fd.get(), reinterpret_cast<const sockaddr *>(&address.address), address.length);
+        EXPECT_EQ(0, connect(fd.get(), reinterpret_cast<const sockaddr *>(&address.address),
+                             address.length));
         for (std::size_t i = 0; !stop.stop_requested(); ++i) {
             const std::vector<std::uint8_t> garbage(i % 3 * 30, 0xEE);
             sent += send(fd.get(), garbage.data(), garbage.size(), 0) >= 0 ? 1 : 0;

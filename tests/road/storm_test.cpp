@@ -145,7 +145,7 @@ TEST(Storm, KeepsTheFirstOfTwoDaemons) {
     for (int i = 0; i < 10; ++i) {
         sender.sendPayload(std::vector<std::uint8_t>(streamPayload, 0x22));
     }
-    EXPECT_TRUE(eventually([&] { return camera.heard().size() == 2 * 9 * streamPayload; }));
+    EXPECT_TRUE(eventually([&] { return camera.heard().size() == 9 * (2 * streamPayload); }));
     EXPECT_EQ(0, first.end(SIGTERM));
     EXPECT_FALSE(std::filesystem::exists(camera.place(voxoPidPath)));
     expectGoodDaemon(camera);
