@@ -29,9 +29,6 @@ constexpr std::int32_t supportedRates[] = {8000,  11025, 12000, 16000, 22050,
                                            24000, 32000, 44100, 48000};
 constexpr std::int32_t supportedBits[] = {8, 16, 24}; // by the platform's bit-width code
 
-// A reset has closed the output and could not open it again.
-bool reopenPending = false;
-
 void waitForVideoSide() {
     struct stat status = {};
     for (int look = 1; stat(videoPidPath, &status) != 0 && look < videoLooks; ++look) {
@@ -151,7 +148,6 @@ std::int32_t hi3516a_ao_open(std::int32_t aoDevId, std::int32_t aoChn) {
         AUDIOOUT_REPORT_TEXT("malloc channel buffer failed");
         return -1;
     }
-    reopenPending = false;
     return 0;
 }
 
@@ -168,7 +164,6 @@ std::int32_t hi3516a_ao_close(std::int32_t aoDevId, std::int32_t aoChn) {
         return -1;
     }
     channelBuffersFree();
-    reopenPending = false;
     return 0;
 }
 
@@ -247,7 +242,6 @@ std::int32_t hi3516a_ao_pcm_reset(std::int32_t aoDevId, std::int32_t aoChn, std:
         AUDIOOUT_REPORT_TEXT("hi3516a_ao_close failed");
         return -1;
     }
-    reopenPending = true;
     if (hi3516a_ao_init_cfg(aoDevId, static_cast<std::int32_t>(attr.enSamplerate), bitsOf(attr),
                             points) != 0) {
         AUDIOOUT_REPORT_TEXT("hi3516a_ao_init_cfg failed");
@@ -258,8 +252,4 @@ std::int32_t hi3516a_ao_pcm_reset(std::int32_t aoDevId, std::int32_t aoChn, std:
         return -1;
     }
     return 0;
-}
-
-bool hi3516a_ao_is_reopen_pending() {
-    return reopenPending;
 }

@@ -57,7 +57,3 @@ std::int32_t hi3516a_ao_frmPt_check(std::int32_t aoDevId, std::int32_t bytes);
 // rate and width. The codec is reset with it; its volume is not restored. A block that has no
 // point, or a device whose attributes make no sense, is reported and left alone.
 std::int32_t hi3516a_ao_pcm_reset(std::int32_t aoDevId, std::int32_t aoChn, std::int32_t bytes);
-
-// Whether a reset has closed the device and could not open it again: the caller should try the
-// reset once more, whatever its block's size.
-bool hi3516a_ao_is_reopen_pending();
