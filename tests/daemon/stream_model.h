@@ -60,7 +60,8 @@ private:
         }
         for (std::size_t i = 0; i < length; ++i) {
             const std::uint8_t code = record[static_cast<std::size_t>(44 + extra) + i];
-            played.insert(played.end(), i % 2 == 0 ? ratio_ / 2 : ratio_ - ratio_ / 2,
+            played.insert(played.end(),
+                          static_cast<std::size_t>(i % 2 == 0 ? ratio_ / 2 : ratio_ - ratio_ / 2),
                           tables[law_ == codeAlaw][code]);
         }
     }

@@ -17,7 +17,7 @@ public:
         std::uint64_t at = 12;
         std::map<std::string, std::uint64_t> places;
         while (at < file.size()) {
-            const std::string id = file.substr(at, 4);
+            const std::string id = file.substr(static_cast<std::size_t>(at), 4);
             check(id == "fmt " || id == "fact" || id == "data");
             check(places.emplace(id, at + 8).second);
             const std::uint64_t size = number(at + 4, 4);
@@ -25,7 +25,7 @@ public:
         }
         check(at == file.size());
         readFormat(places.at("fmt "));
-        dataOffset = places.at("data");
+        dataOffset = static_cast<std::size_t>(places.at("data"));
         info.dataBytes = static_cast<std::uint32_t>(even(number(dataOffset - 4, 4)));
         info.fileSize = static_cast<std::uint32_t>(file.size());
         const std::uint64_t milliseconds = info.dataBytes * std::uint64_t{1000};
@@ -34,7 +34,7 @@ public:
     }
 
     WAV_INFO info = {};
-    std::uint64_t dataOffset = 0;
+    std::size_t dataOffset = 0;
 
 private:
     void readFormat(std::uint64_t fmt) {
