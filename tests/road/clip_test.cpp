@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 
 #include <cstring>
 #include <iterator>
@@ -189,6 +190,10 @@ TEST(ControlFifo, SurvivesNonsense) {
     // A record that comes with a bad message is lost with it; the others play on.
     EXPECT_EQ(0, camera.vcam({"cast", VOXO_SPEECH_SAMPLE, "--fast"}).status);
     nonsense.join();
+    EXPECT_TRUE(eventually([&] {
+        int waiting = 0;
+        return ioctl(fifo.get(), FIONREAD, &waiting) == 0 && waiting == 0;
+    }));
     camera.expectPlaysSpeech();
     EXPECT_TRUE(eventually([&] { return camera.outputHolds("voxoReceiveFIFOCmd fail\n"); }));
     const TemporaryFile file(wavOf(1, 10000));
