@@ -49,7 +49,7 @@ void voxo(benchmark::State &state, std::uint32_t law) {
     G711LawDecoder *decoder = nullptr;
     G711Law_Create(&decoder, &config);
     const G711LawIO io = {input, output};
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::memcpy(input, source.next(), frameSize);
         G711Law_Process(decoder, &io);
         benchmark::DoNotOptimize(output);
@@ -93,7 +93,7 @@ void libsndfile(benchmark::State &state, int format) {
                            EndlessFile::write, EndlessFile::tell};
     SndfileHandle file(calls, &endless, SFM_READ, SF_FORMAT_RAW | format, 1, 8000);
     std::int16_t output[frameSize];
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         if (file.read(output, frameSize) != frameSize) {
             state.SkipWithError("libsndfile does not read");
             return;
@@ -110,7 +110,7 @@ void spandsp(benchmark::State &state, int law) {
     std::uint8_t input[frameSize];
     std::int16_t output[frameSize];
     g711_state_t *const decoder = g711_init(nullptr, law);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::memcpy(input, source.next(), frameSize);
         g711_decode(decoder, output, input, frameSize);
         benchmark::DoNotOptimize(output);
@@ -126,7 +126,7 @@ void floorOfLaws(benchmark::State &state) {
     Frames source;
     std::uint8_t input[frameSize];
     std::uint8_t output[2 * frameSize] = {};
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::memcpy(input, source.next(), frameSize);
         benchmark::DoNotOptimize(input);
         std::memcpy(output, input, frameSize);

@@ -101,7 +101,7 @@ void road(benchmark::State &state) {
     const SocketPair sockets;
     const StreamRecord record;
     setDriverMakesCalls(true);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         sockets.send(record);
         daemon.takeRecord(sockets.receiver());
     }
@@ -123,7 +123,7 @@ void sameCalls(benchmark::State &state) {
     const std::uint64_t commands = commandsOfARecord();
     const SocketPair sockets;
     const StreamRecord record;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         sockets.send(record);
         fd_set readable;
         FD_ZERO(&readable);

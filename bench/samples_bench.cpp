@@ -22,7 +22,7 @@ constexpr std::uint32_t stereoBytes = 2 * monoBytes;
 // Times `code`, which works on the bytes at `data`.
 template <typename Code>
 void time(benchmark::State &state, const void *data, Code code) {
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         code();
         benchmark::DoNotOptimize(data);
         benchmark::ClobberMemory();
@@ -58,15 +58,16 @@ void match(benchmark::State &state, std::uint32_t ratio) {
     });
 }
 BENCHMARK_CAPTURE(match, double, 4)->Name("match rate to 16 kHz/voxo");
-BENCHMARK(copy)->Name("match rate to 16 kHz/memcpy")->Arg(2 * stereoBytes);
+BENCHMARK(copy)->Name("match rate to 16 kHz/memcpy")->Arg(std::int64_t{2} * stereoBytes);
 BENCHMARK_CAPTURE(match, odd, 3)->Name("match rate to 12 kHz/voxo");
-BENCHMARK(copy)->Name("match rate to 12 kHz/memcpy")->Arg(stereoBytes * 3 / 2);
+BENCHMARK(copy)->Name("match rate to 12 kHz/memcpy")->Arg(std::int64_t{3} * stereoBytes / 2);
 
 void split(benchmark::State &state) {
     Buffers buffers;
     auto *const even = reinterpret_cast<unsigned char *>(buffers.to.data());
-    time(state, even,
-         [&] { splitSamples(buffers.from.data(), stereoBytes, 2, even, even + 2 * monoBytes); });
+    time(state, even, [&] {
+        splitSamples(buffers.from.data(), stereoBytes, 2, even, even + std::size_t{2} * monoBytes);
+    });
 }
 BENCHMARK(split)->Name("split into channels/voxo");
 BENCHMARK(copy)->Name("split into channels/memcpy")->Arg(stereoBytes);
@@ -86,7 +87,7 @@ void deliver(benchmark::State &state) {
     frame.pVirAddr[0] = buffers.from.data();
     frame.pVirAddr[1] = buffers.from.data() + points;
     frame.u32Len = monoBytes;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         if (HI_MPI_AO_SendFrame(0, channel, &frame, 0) != 0) {
             state.SkipWithError("not delivered");
             break;

@@ -17,7 +17,7 @@ const std::string goodFile = "<root><audioout><aencpid>/p</aencpid><c0><volume>7
 int read(const std::string &file, VoxoContext *context) {
     const TemporaryFile xml(file);
     std::memset(context, 'Z', sizeof *context);
-    std::strcpy(context->configPath, xml.path());
+    std::snprintf(context->configPath, sizeof context->configPath, "%s", xml.path());
     const int result = voxoParseConfig(context);
     std::memset(context->configPath, 'Z', sizeof context->configPath);
     return result;

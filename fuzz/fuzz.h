@@ -17,7 +17,7 @@ public:
 
     // As many characters, or what is left.
     std::string text(std::size_t length = std::string::npos) {
-        const std::string part = left_.substr(0, length);
+        std::string part = left_.substr(0, length);
         left_.erase(0, length);
         return part;
     }

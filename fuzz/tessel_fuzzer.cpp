@@ -19,8 +19,9 @@ int listenUnder(const std::filesystem::path &dir) {
     std::filesystem::create_directories(dir / "tmp");
     const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
     const sockaddr_un address = {AF_UNIX, "/tmp/tessel"};
-    bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address);
-    require(listen(fd, 1) == 0, "there is a settings daemon");
+    require(bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
+                listen(fd, 1) == 0,
+            "there is a settings daemon");
     return fd;
 }
 

@@ -51,15 +51,17 @@ public:
     // it has none.
     bool read(std::uint32_t points) {
         std::fill(std::begin(samples_), std::end(samples_), std::int16_t{0});
-        const auto wanted = static_cast<std::uint32_t>(points * channels() * sizeof(std::int16_t));
+        const auto wanted =
+            static_cast<std::uint32_t>(std::size_t{points} * channels() * sizeof(std::int16_t));
         std::uint32_t count = std::min(wanted, bytesLeft_);
         if (WAV_GetBuffer(file_, samples_, &count) != 0) {
             count = 0;
         }
         bytesLeft_ -= count;
-        for (std::uint32_t i = 0; i < points; ++i) {
-            left_[i] = samples_[i * channels()];
-            right_[i] = samples_[i * channels() + channels() - 1];
+        const std::int16_t *next = samples_;
+        for (std::uint32_t i = 0; i < points; ++i, next += channels()) {
+            left_[i] = next[0];
+            right_[i] = next[channels() - 1];
         }
         return count != 0;
     }
