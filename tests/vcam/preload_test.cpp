@@ -4,7 +4,6 @@
 
 #include <elf.h>
 
-#include <csignal>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -24,23 +23,6 @@ TEST(Preload, IsReachedByEveryName) {
         std::string line;
         return std::getline(log, line) && line == "<12>probe: the probe says 42";
     }));
-}
-
-// Sockets are reached in directories whose names do not fit an address.
-TEST(Preload, ReachesDeepDirectories) {
-    const TemporaryDirectory top;
-    const std::filesystem::path deep = top.path() / std::string(120, 'd') / "camera";
-    std::filesystem::create_directories(deep.parent_path());
-    const std::string vcam = vcamPath();
-    const Finished refused = runProgram({vcam, "--dir", deep, "status"});
-    EXPECT_EQ(1, refused.status);
-    EXPECT_NE(std::string::npos, refused.err.find("no camera is running in "));
-    const Finished ran =
-        runProgram({"/bin/sh", "-c",
-                    vcam + " -d " + deep.string() + " run --bare & pid=$!; sleep 0.5; " + vcam +
-                        " -d " + deep.string() + " exec " +
-                        underTest("bin/preload_probe").string() + "; kill -INT $pid; wait $pid"});
-    EXPECT_NE(std::string::npos, ran.out.find("probe: 0 failures\n")) << ran.out << ran.err;
 }
 
 // What the library defines, and what it calls: nothing may stand behind its own back.
