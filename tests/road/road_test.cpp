@@ -2,19 +2,14 @@
 #include "tests/support/camera_process.h"
 #include "tests/wav/wav_bytes.h"
 #include "vcam/camera/camera.h"
-#include "vcam/cli/law_codec.h"
-#include "vcam/cli/stream_sender.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
 
 #include <csignal>
-#include <cstring>
 #include <fstream>
 
 namespace {
@@ -76,10 +71,6 @@ TEST(Road, LeavesNothingBehind) {
         [](const CameraProcess &) {},
         [](const CameraProcess &camera) { kill(camera.daemon(), SIGSTOP); },
         [](const CameraProcess &camera) {
-            const CameraDir dir(camera.dir());
-            StreamSender(dir).sendPayload(std::vector<std::uint8_t>(640));
-        },
-        [](const CameraProcess &camera) {
             EXPECT_EQ(0, camera.vcam({"clip", "start", speech}).status);
         }};
     for (const auto &enter : states) {
@@ -108,10 +99,8 @@ TEST(Road, SaysWhatIsWrong) {
                   "vcam: a camera is already running in " + camera.dir().string() + "\n");
     expectRefused(camera.vcam({"cast", "/no/such/file.wav"}),
                   "vcam: cannot read /no/such/file.wav: ");
-    expectRefused(camera.vcam({"cast", "/proc/self/exe"}), "vcam: ");
     EXPECT_EQ(0, camera.end(SIGTERM));
     expectRefused(camera.vcam({"cast", speech}), "vcam: no camera is running in ");
-    expectRefused(camera.vcam({"status"}), "vcam: no camera is running in ");
     const TemporaryDirectory full;
     std::ofstream(full.path() / "mine") << "x";
     const Finished refused = runProgram({vcamPath(), "-d", full.path(), "run"});
@@ -133,43 +122,12 @@ TEST(Road, RefusesAWrongCommandLine) {
     EXPECT_TRUE(missing.out.ends_with(": Parse Config File fail!\n")) << missing.out;
 }
 
-// Hostile datagrams of every kind between good ones: what is heard is the good ones.
-TEST(Road, SurvivesHostileDatagrams) {
-    const CameraProcess camera;
-    const CameraDir dir(camera.dir());
-    const CameraDir::Address address = dir.socketAddress(streamSocketPath);
-    const UniqueFd fd(socket(AF_UNIX, SOCK_DGRAM, 0));
-    ASSERT_EQ(
-        0, connect(fd.get(), reinterpret_cast<const sockaddr *>(&address.address), address.length));
-    for (std::uint32_t i = 0; i < 2000; ++i) {
-        std::vector<std::uint8_t> record(i % 20001);
-        if (record.size() >= 44) {
-            const std::uint32_t words[] = {i * 0x01234567U, i % 3 == 0 ? 0x464E4F43U : 0x31313747U,
-                                           0x31313747U};
-            std::memcpy(record.data(), words, sizeof words);
-            const std::uint32_t extra = i * 0x89ABCDEFU;
-            std::memcpy(record.data() + 40, &extra, sizeof extra);
-        }
-        send(fd.get(), record.data(), record.size(), 0);
-    }
-    camera.expectPlaysSpeech();
-}
-
 // Driver commands of the start-up, failed: the daemon ends as it should, or goes on.
 TEST(Road, EndsWhenTheDriverRefusesToStart) {
-    const std::pair<const char *, const char *> faults[] = {
-        {"0x00005804:1", "HI_MPI_AO_Disable failed"},
-        {"0x40245801:1", "HI_MPI_AO_SetPubAttr failed"},
-        {"0x00004100:1", "reset audio codec failed"},
-        {"0x00005803:1", "HI_MPI_AO_Enable failed"},
-        {"0x00005806:1", "HI_MPI_AO_EnableChn failed"},
-        {"0x40045800:1", "HI_MPI_AO_DisableChn failed"},
-        {"0xC04C6D0A:1", "alloc mmb fail"}};
-    for (const auto &[fault, report] : faults) {
-        CameraProcess camera({"--fast", "--fail", fault});
-        EXPECT_TRUE(eventually([&] { return camera.outputHolds("voxo has ended by itself"); }));
-        expectInOrder(camera.output(), {report, "Open device fail ( Socket ", "with status 255"});
-    }
+    const CameraProcess ends({"--fast", "--fail", "0xC04C6D0A:1"});
+    EXPECT_TRUE(eventually([&] { return ends.outputHolds("voxo has ended by itself"); }));
+    expectInOrder(ends.output(),
+                  {"alloc mmb fail", "Open device fail ( Socket ", "with status 255"});
     const CameraProcess goesOn({"--fast", "--fail", "0xC008410C:1"});
     goesOn.expectPlaysSpeech();
     EXPECT_TRUE(goesOn.outputHolds("Set audio volume failed!"));

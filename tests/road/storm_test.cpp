@@ -1,15 +1,10 @@
 // Daemons that come and go at the worst moments. Each leaves on the camera what the next one finds.
 #include "tests/support/camera_process.h"
-#include "vcam/cli/child.h"
 #include "vcam/cli/stream_sender.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <csignal>
-#include <fstream>
 #include <random>
 #include <thread>
 
@@ -24,21 +19,14 @@ class Daemon {
 public:
     explicit Daemon(const CameraProcess &camera) : log_(camera.dir() / "voxo.log") {
         std::filesystem::remove(log_);
-        child_.start({vcamPath(), "--dir", camera.dir(), "exec", underTest("bin/voxo"), "-c",
-                      camera.dir() / "voxo.xml", "-p", voxoPidPath},
-                     [this] {
-                         const int out = open(log_.c_str(), O_WRONLY | O_CREAT, 0600);
-                         dup2(out, STDOUT_FILENO);
-                         dup2(out, STDERR_FILENO);
-                     });
+        start(child_,
+              {vcamPath(), "--dir", camera.dir(), "exec", underTest("bin/voxo"), "-c",
+               camera.dir() / "voxo.xml", "-p", voxoPidPath},
+              log_, log_);
     }
 
     bool says(const std::string &text) const {
-        return eventually([&] {
-            std::ifstream in(log_);
-            return std::string(std::istreambuf_iterator<char>(in), {}).find(text) !=
-                   std::string::npos;
-        });
+        return eventually([&] { return contentsOf(log_).find(text) != std::string::npos; });
     }
     bool isReady() const { return says("G.711Dec initialized!"); }
     pid_t pid() const { return child_.pid(); }
@@ -46,14 +34,11 @@ public:
     // Sends a signal, unless it is 0, and returns the exit status; -1 if it does not end in time.
     int end(int signal) {
         kill(child_.pid(), signal);
-        int status = -1;
-        eventually([&] { return (status = child_.poll().value_or(-1)) != -1; },
-                   std::chrono::seconds(5));
-        return status;
+        return waitFor(child_, std::chrono::seconds(5));
     }
 
 private:
-    const std::filesystem::path log_;
+    const std::string log_;
     Child child_;
 };
 

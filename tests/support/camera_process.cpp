@@ -1,52 +1,30 @@
 #include "tests/support/camera_process.h"
 
-#include "vcam/cli/environment.h"
-
 #include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 #include <sndfile.hh>
 
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <thread>
 
 namespace fs = std::filesystem;
 
-namespace {
-
-std::string contentsOf(const fs::path &file) {
-    std::ifstream in(file);
-    return {std::istreambuf_iterator<char>(in), {}};
+void start(Child &child, const std::vector<std::string> &command, const std::string &out,
+           const std::string &err) {
+    child.start(command, [&] {
+        dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDOUT_FILENO);
+        dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
+    });
 }
 
-// Starts a program whose output goes to two files, which may be the same.
-pid_t start(const std::vector<std::string> &command, const std::string &out,
-            const std::string &err) {
-    const std::vector<char *> arguments = argumentsOf(command);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        const int outFd = open(out.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-        const int errFd = open(err.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-        dup2(outFd, STDOUT_FILENO);
-        dup2(errFd, STDERR_FILENO);
-        execv(arguments[0], arguments.data());
-        _exit(127);
-    }
-    return pid;
+int waitFor(Child &child, std::chrono::seconds patience) {
+    int status = -1;
+    eventually([&] { return (status = child.poll().value_or(-1)) != -1; }, patience);
+    return status;
 }
-
-int waitFor(pid_t pid) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-}
-
-} // namespace
 
 fs::path underTest(const std::string &file) {
     const char *const voxo = std::getenv("VCAM_VOXO");
@@ -62,7 +40,9 @@ Finished runProgram(const std::vector<std::string> &command) {
     const TemporaryDirectory dir;
     const std::string out = dir.path() / "out";
     const std::string err = dir.path() / "err";
-    const int status = waitFor(start(command, out, err));
+    Child child;
+    start(child, command, out, err);
+    const int status = waitFor(child);
     return {status, contentsOf(out), contentsOf(err)};
 }
 
@@ -81,14 +61,12 @@ CameraProcess::CameraProcess(std::vector<std::string> options)
     : logFile_(dir_.path().string() + ".log") {
     std::vector<std::string> command = {vcamPath(), "--dir", dir_.path(), "run"};
     command.insert(command.end(), options.begin(), options.end());
-    pid_ = start(command, logFile_, logFile_);
-    eventually([this] { return isReady() || waitpid(pid_, nullptr, WNOHANG) != 0; });
+    start(child_, command, logFile_, logFile_);
+    eventually([this] { return isReady() || child_.poll(); });
 }
 
 CameraProcess::~CameraProcess() {
-    if (pid_ != 0) {
-        end(SIGTERM);
-    }
+    end(SIGTERM);
     std::error_code ignored;
     fs::remove(logFile_, ignored);
 }
@@ -144,8 +122,9 @@ pid_t CameraProcess::daemon() const {
 }
 
 int CameraProcess::end(int signal) {
-    kill(pid_, signal);
-    const int status = waitFor(pid_);
-    pid_ = 0;
-    return status;
+    if (child_.pid() == 0) {
+        return -1;
+    }
+    kill(child_.pid(), signal);
+    return waitFor(child_);
 }

@@ -2,14 +2,13 @@
 #pragma once
 
 #include "tests/support/redirect.h"
+#include "vcam/cli/child.h"
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
-
-#include <sys/types.h>
 
 // What a finished program said.
 struct Finished {
@@ -20,6 +19,12 @@ struct Finished {
 
 // Runs a program to its end.
 Finished runProgram(const std::vector<std::string> &command);
+
+// Starts a program whose output goes to two files, which may be the same, and waits for its end:
+// its exit status, or -1 when it does not end in time.
+void start(Child &child, const std::vector<std::string> &command, const std::string &out,
+           const std::string &err);
+int waitFor(Child &child, std::chrono::seconds patience = std::chrono::minutes(5));
 
 // Waits until something holds; false when it does not within `patience`.
 bool eventually(const std::function<bool()> &holds,
@@ -65,7 +70,7 @@ public:
 private:
     TemporaryDirectory dir_;
     std::string logFile_;
-    pid_t pid_ = 0;
+    Child child_;
 };
 
 // A file of the build under test ("bin/voxo"): this test's own, or that of $VCAM_VOXO, which may be

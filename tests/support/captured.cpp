@@ -1,8 +1,8 @@
 #include "tests/support/captured.h"
 
-#include <fcntl.h>
+#include "tests/support/temporary.h"
+
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <regex>
@@ -11,24 +11,14 @@ namespace {
 
 constexpr int streams[2] = {STDOUT_FILENO, STDERR_FILENO};
 
-std::string readAll(int fd) {
-    std::string text;
-    char part[4096];
-    lseek(fd, 0, SEEK_SET);
-    for (ssize_t count = 0; (count = ::read(fd, part, sizeof part)) > 0;) {
-        text.append(part, static_cast<std::size_t>(count));
-    }
-    return text;
-}
-
 } // namespace
 
 Captured::Captured() {
     std::fflush(nullptr);
     for (int i = 0; i < 2; ++i) {
-        saved_[i] = dup(streams[i]);
-        files_[i] = memfd_create("captured", MFD_CLOEXEC);
-        dup2(files_[i], streams[i]);
+        saved_[i].reset(dup(streams[i]));
+        files_[i].reset(memfd_create("captured", MFD_CLOEXEC));
+        dup2(files_[i].get(), streams[i]);
     }
 }
 
@@ -37,17 +27,12 @@ Captured::~Captured() {
 }
 
 Captured::Texts Captured::texts() {
-    if (saved_[0] < 0) {
-        return {};
-    }
     std::fflush(nullptr);
     std::string texts[2];
-    for (int i = 0; i < 2; ++i) {
-        texts[i] = readAll(files_[i]);
-        dup2(saved_[i], streams[i]);
-        close(saved_[i]);
-        close(files_[i]);
-        saved_[i] = -1;
+    for (int i = 0; i < 2 && saved_[i]; ++i) {
+        dup2(saved_[i].get(), streams[i]);
+        saved_[i].reset();
+        texts[i] = contentsOf("/proc/self/fd/" + std::to_string(files_[i].get()));
     }
     return {texts[0], texts[1]};
 }

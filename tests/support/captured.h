@@ -1,9 +1,9 @@
 // What a piece of code writes to standard output and standard error.
 #pragma once
 
+#include "base/unique_fd.h"
+
 #include <string>
-#include <type_traits>
-#include <utility>
 
 // Both streams while a scope lasts, or until they are asked for.
 class Captured {
@@ -21,8 +21,8 @@ public:
     Texts texts();
 
 private:
-    int saved_[2] = {-1, -1};
-    int files_[2] = {-1, -1};
+    UniqueFd saved_[2];
+    UniqueFd files_[2];
 };
 
 // The text with the source lines in it shown as '#': they come and go.

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <cstdarg>
-#include <cstdlib>
 #include <cstring>
 
 namespace fs = std::filesystem;
@@ -62,16 +61,6 @@ INTERPOSE(int, open, (const char *path, int flags, ...)) {
         syscall(SYS_openat, AT_FDCWD, cameraPlaceOf(path, buffer), flags, mode));
 }
 
-TemporaryDirectory::TemporaryDirectory() {
-    char name[] = "/tmp/voxo-test-XXXXXX";
-    path_ = mkdtemp(name);
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-}
-
 RedirectedPaths::RedirectedPaths(const fs::path &dir) {
     std::strncpy(redirectedTo, dir.c_str(), sizeof redirectedTo - 1);
 }
@@ -81,9 +70,6 @@ RedirectedPaths::~RedirectedPaths() {
 }
 
 std::size_t openDescriptorCount() {
-    std::size_t count = 0;
-    for ([[maybe_unused]] const auto &entry : fs::directory_iterator("/proc/self/fd")) {
-        ++count;
-    }
-    return count - 1; // the iterator's own
+    const auto count = std::distance(fs::directory_iterator("/proc/self/fd"), {});
+    return static_cast<std::size_t>(count - 1); // the iterator's own
 }

@@ -1,22 +1,7 @@
 // Lets a test's own process find a camera's fixed paths in a directory, and waits pass faster.
 #pragma once
 
-#include <filesystem>
-#include <string>
-
-// A directory of the test's own, gone with the object.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory &) = delete;
-    TemporaryDirectory &operator=(const TemporaryDirectory &) = delete;
-    ~TemporaryDirectory();
-
-    const std::filesystem::path &path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
+#include "tests/support/temporary.h"
 
 // While it lasts, calls that name a file or a local socket find the camera's paths under the
 // directory, and socket time-outs are a hundredth of what is asked for.

@@ -2,7 +2,6 @@
 // The input that ends the process is left in <program>.input.
 #include "tests/support/random.h"
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>

@@ -4,9 +4,9 @@
 
 #include <syslog.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
@@ -15,16 +15,12 @@ char logged[1 << 16];
 std::size_t loggedLength;
 
 void log(int level, const char *format, va_list arguments) {
-    const std::size_t room = sizeof logged - loggedLength;
-    const char *const name = level == LOG_WARNING ? "warning " : "debug ";
-    int length = std::snprintf(logged + loggedLength, room, "%s", name);
-    length +=
-        std::vsnprintf(logged + loggedLength + length, room - std::strlen(name), format, arguments);
-    if (static_cast<std::size_t>(length) < room) {
-        loggedLength += static_cast<std::size_t>(length);
-    } else {
-        loggedLength = 0;
-    }
+    const auto add = [](int length) {
+        loggedLength = std::min(loggedLength + static_cast<std::size_t>(length), sizeof logged - 1);
+    };
+    add(std::snprintf(logged + loggedLength, sizeof logged - loggedLength, "%s ",
+                      level == LOG_WARNING ? "warning" : "debug"));
+    add(std::vsnprintf(logged + loggedLength, sizeof logged - loggedLength, format, arguments));
 }
 
 } // namespace

@@ -1,12 +1,11 @@
 // WAV files for tests, built byte by byte.
 #pragma once
 
+#include "tests/support/temporary.h"
+
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <string>
-
-#include <unistd.h>
 
 inline std::string word16(std::uint32_t value) {
     return {static_cast<char>(value), static_cast<char>(value >> 8)};
@@ -52,24 +51,3 @@ inline std::string samples(std::size_t size) {
     }
     return bytes;
 }
-
-// A file with these contents, gone with the object.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::string &contents) {
-        char name[] = "/tmp/voxo-test-XXXXXX";
-        const int fd = mkstemp(name);
-        path_ = name;
-        std::FILE *const file = fdopen(fd, "w");
-        std::fwrite(contents.data(), 1, contents.size(), file);
-        std::fclose(file);
-    }
-    TemporaryFile(const TemporaryFile &) = delete;
-    TemporaryFile &operator=(const TemporaryFile &) = delete;
-    ~TemporaryFile() { unlink(path_.c_str()); }
-
-    const char *path() const { return path_.c_str(); }
-
-private:
-    std::string path_;
-};

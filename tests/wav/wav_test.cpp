@@ -7,78 +7,59 @@
 
 #include <sys/stat.h>
 
-#include <vector>
-
 namespace {
 
 const std::string data = chunk("data", samples(100));
 
-// What the reader says of a file of these bytes that it refuses, and "..." for its last line when
-// that names the file.
-std::string refusalOf(const std::string &bytes) {
+// Expects a file of these bytes to be refused, with a line of its own or without.
+void expectRefused(const std::string &bytes, const std::string &line) {
     const TemporaryFile file(bytes);
     WAV_FILE *handle = nullptr;
-    std::string text = outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, file.path())); });
+    const std::string out = outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, file.path())); });
     EXPECT_EQ(nullptr, handle);
-    const std::string parse = std::string("[wav] : Parse ") + file.path() + " fail.\n";
-    if (text.ends_with(parse)) {
-        text.replace(text.size() - parse.size(), parse.size(), "...");
-    }
-    return text;
+    EXPECT_EQ((line.empty() ? "" : "[wav] : " + line + "\n") + "[wav] : Parse " + file.path() +
+                  " fail.\n",
+              out);
 }
 
 TEST(WavReader, RefusesWithTheRightWords) {
     const struct {
         std::string bytes;
-        std::string message;
+        std::string line;
     } refusals[] = {
-        {"", "..."},
-        {"RIFX" + word32(4) + "WAVE", "[wav] : No RIFF? At offset 0\n..."},
-        {"RIFF\1\2", "..."},
-        {"RIFF" + word32(200) + "WAVE" + fmtChunk() + data,
-         "[wav] : Header or data is corrupted?\n..."},
-        {"RIFF" + word32(UINT32_MAX) + "WAVE" + fmtChunk() + data,
-         "[wav] : Header or data is corrupted?\n..."},
-        {"RIFF" + word32(4) + "AVI ", "[wav] : No WAVE? At offset 8.\n..."},
-        {riff(fmtChunk() + chunk("LIST", "abcd") + data),
-         "[wav] : Unknown ID 0x4c495354. At offset 36.\n..."},
-        {riff(fmtChunk() + data + data), "[wav] : Duplicate data? At offset 144.\n..."},
-        {riff(fmtChunk() + fmtChunk() + data), "[wav] : Duplicate fmt? At offset 36.\n..."},
-        {riff(chunk("fact", "abcd") + chunk("fact", "abcd")),
-         "[wav] : Duplicate fact? At offset 24.\n..."},
-        {riff(chunk("RIFF", "abcd")), "[wav] : Duplicate RIFF? At offset 12.\n..."},
-        {riff(chunk("WAVE", "abcd")), "[wav] : Duplicate WAVE? At offset 12.\n..."},
-        {riff(fmtChunk() + "data" + word32(200) + samples(100)),
-         "[wav] : Last chunk is corrupted?\n..."},
-        {riff(fmtChunk() + "data" + word32(UINT32_MAX) + samples(100)),
-         "[wav] : Last chunk is corrupted?\n..."},
-        {riff(fmtChunk() + "data" + word32(0x80000000) + samples(100)),
-         "[wav] : Last chunk is corrupted?\n..."},
-        {riff(data + fmtChunk({.behind = word16(6)})), "[wav] : Last chunk is corrupted?\n..."},
-        {riff(fmtChunk() + data) + "abc", "..."},
-        {riff(data), "[wav] : No fmt?\n..."},
-        {riff(fmtChunk()), "[wav] : No data?\n..."},
-        {riff(fmtChunk({.tag = 3}) + data), "[wav] : Unsupported audio format 3.\n..."},
-        {riff(fmtChunk({.channels = 3}) + data), "..."},
-        {riff(fmtChunk({.bits = 24}) + data), "..."},
-        {riff(fmtChunk({.blockAlign = 4}) + data), "[wav] : 'blockalign' field mismatch?\n..."},
-        {riff(fmtChunk({.byteRate = 8000}) + data), "[wav] : 'byterate' field mismatch?\n..."},
+        {"", ""},
+        {"RIFX" + word32(4) + "WAVE", "No RIFF? At offset 0"},
+        {"RIFF" + word32(200) + "WAVE" + fmtChunk() + data, "Header or data is corrupted?"},
+        {"RIFF" + word32(4) + "AVI ", "No WAVE? At offset 8."},
+        {riff(fmtChunk() + chunk("LIST", "abcd") + data), "Unknown ID 0x4c495354. At offset 36."},
+        {riff(fmtChunk() + data + data), "Duplicate data? At offset 144."},
+        {riff(fmtChunk() + fmtChunk() + data), "Duplicate fmt? At offset 36."},
+        {riff(chunk("fact", "abcd") + chunk("fact", "abcd")), "Duplicate fact? At offset 24."},
+        {riff(chunk("RIFF", "abcd")), "Duplicate RIFF? At offset 12."},
+        {riff(chunk("WAVE", "abcd")), "Duplicate WAVE? At offset 12."},
+        {riff(fmtChunk() + "data" + word32(200) + samples(100)), "Last chunk is corrupted?"},
+        {riff(fmtChunk() + data) + "abc", ""},
+        {riff(data), "No fmt?"},
+        {riff(fmtChunk()), "No data?"},
+        {riff(fmtChunk({.tag = 3}) + data), "Unsupported audio format 3."},
+        {riff(fmtChunk({.channels = 3}) + data), ""},
+        {riff(fmtChunk({.bits = 24}) + data), ""},
+        {riff(fmtChunk({.blockAlign = 4}) + data), "'blockalign' field mismatch?"},
+        {riff(fmtChunk({.byteRate = 8000}) + data), "'byterate' field mismatch?"},
         // A product that only 32 bits make right.
-        {riff(fmtChunk({.rate = 0x80000000}) + data), "[wav] : 'byterate' field mismatch?\n..."},
-        {riff(fmtChunk({.bits = 8}) + data), "[wav] : Only support 16-bit samples at present.\n"},
+        {riff(fmtChunk({.rate = 0x80000000}) + data), "'byterate' field mismatch?"},
     };
-    for (const auto &[bytes, message] : refusals) {
-        EXPECT_EQ(message, refusalOf(bytes));
+    for (const auto &[bytes, line] : refusals) {
+        expectRefused(bytes, line);
     }
     // What is no file of samples must not hold the caller either.
     WAV_FILE *handle = nullptr;
     EXPECT_EQ("[wav] : Parse /tmp fail.\n",
               outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, "/tmp")); }));
-    const TemporaryFile place("");
-    const std::string pipe = std::string(place.path()) + ".pipe";
+    const TemporaryDirectory dir;
+    const std::string pipe = dir.path() / "pipe";
     ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
     outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, pipe.c_str())); });
-    unlink(pipe.c_str());
     const std::string path(200, 'x'); // is cut at its room
     EXPECT_EQ("[wav] : Open " + path.substr(0, 129) + " fail.\n",
               outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, path.c_str())); }));
@@ -113,20 +94,9 @@ TEST(WavReader, HandsOutTheSamples) {
     OpenWav wav(riff(fmtChunk({.channels = 2, .rate = 44100}) + chunk("data", samples(5000))));
     EXPECT_EQ(44U, wav.handle->dataOffset);
     EXPECT_EQ(4U, wav.handle->blockAlign);
-    WAV_INFO info = {};
-    ASSERT_EQ(0, WAV_GetInfo(wav.handle, &info));
-    EXPECT_EQ(2U, info.channels);
-    EXPECT_EQ(44100U, info.sampleRate);
-    EXPECT_EQ(16U, info.bitsPerSample);
-    EXPECT_EQ(176400U, info.byteRate);
-    EXPECT_EQ(5000U, info.dataBytes);
-    EXPECT_EQ(5044U, info.fileSize);
-    EXPECT_EQ(5000U * 1000 / 176400, info.duration);
-
     EXPECT_EQ(samples(5000).substr(0, 2048), wav.read(2048));
     EXPECT_EQ(44U + 2048, wav.handle->readPosition);
-    EXPECT_EQ(samples(5000).substr(2048, 2048), wav.read(2048));
-    EXPECT_EQ(904U, wav.read(2048).size());
+    EXPECT_EQ(samples(5000).substr(2048), wav.read(5000));
     EXPECT_EQ("", wav.read(2048));
     EXPECT_EQ(0, WAV_Rewind(wav.handle));
     EXPECT_EQ(samples(5000).substr(0, 10), wav.read(10));
@@ -137,22 +107,12 @@ TEST(WavReader, HandsOutWhatFollowsTheData) {
     OpenWav wav(riff(fmtChunk() + chunk("data", samples(5)) + fact));
     EXPECT_EQ(6U, WAV_GetDataBytes(wav.handle)); // with the pad byte
     EXPECT_EQ(samples(5) + std::string(1, '\0') + fact, wav.read(100));
-    OpenWav late(riff(data + fmtChunk())); // the format may come last
-    EXPECT_EQ(20U, late.handle->dataOffset);
     OpenWav silent(riff(fmtChunk({.rate = 0}) + data));
     EXPECT_EQ(0U, WAV_GetDuration(silent.handle));
-}
-
-TEST(WavReader, ReadsTheExtensionOfAnEighteenByteFormat) {
-    OpenWav plain(riff(fmtChunk({.behind = word16(0)}) + data));
-    EXPECT_EQ(0U, plain.handle->extra);
-    EXPECT_EQ(18U, plain.handle->chunks->next->size);
-    // cbSize bytes behind the 18 belong to the chunk, although its size does not count them
-    std::string extended = fmtChunk({.behind = word16(6)}) + "sixsix";
-    OpenWav wav(riff(extended + data));
-    EXPECT_EQ(24U, wav.handle->chunks->next->size);
-    EXPECT_EQ(0U, wav.handle->extra);
-    EXPECT_EQ(samples(100), wav.read(100));
+    // The extension of an 18-byte format belongs to the chunk, although its size does not count it.
+    OpenWav extended(riff(fmtChunk({.behind = word16(6)}) + "sixsix" + data));
+    EXPECT_EQ(24U, extended.handle->chunks->next->size);
+    EXPECT_EQ(samples(100), extended.read(100));
 }
 
 TEST(WavReader, ShowsEveryChunk) {
@@ -190,22 +150,43 @@ TEST(WavReader, EndsAFailedReadWithErrno) {
 
 TEST(WavReader, TakesNull) {
     WAV_FILE *none = nullptr;
-    WAV_INFO info = {};
     std::uint32_t count = 1;
-    EXPECT_EQ("[wav] : Initial argument is NULL?\n[wav] : Initial argument is NULL?\n",
-              outputOf([&] {
-                  EXPECT_EQ(-1, WAV_Initial(nullptr, "x"));
-                  EXPECT_EQ(-1, WAV_Initial(&none, nullptr));
-              }));
-    EXPECT_EQ(-1, WAV_Release(nullptr));
+    EXPECT_EQ("[wav] : Initial argument is NULL?\n",
+              outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&none, nullptr)); }));
     EXPECT_EQ(-1, WAV_Release(&none));
     EXPECT_EQ(-1, WAV_ShowInfo(nullptr));
-    EXPECT_EQ(-1, WAV_GetBuffer(nullptr, &info, &count));
+    EXPECT_EQ(-1, WAV_GetBuffer(nullptr, &none, &count));
     EXPECT_EQ(-1, WAV_Rewind(nullptr));
-    EXPECT_EQ(-1, WAV_GetInfo(nullptr, &info));
     EXPECT_EQ(1U, WAV_GetFormat(nullptr));
     EXPECT_EQ(0U, WAV_GetChannel(nullptr));
-    EXPECT_EQ(0U, WAV_GetDuration(nullptr));
+}
+
+// A file that really has the size: sparse, so that it costs nothing. The first line that is said.
+std::string openSparse(std::uint32_t riffSize, std::uint32_t dataSize, std::uint64_t size) {
+    const TemporaryFile file("RIFF" + word32(riffSize) + "WAVE" + fmtChunk() + "data" +
+                             word32(dataSize));
+    std::filesystem::resize_file(file.path(), size);
+    WAV_FILE *wav = nullptr;
+    std::string out = outputOf([&] { WAV_Initial(&wav, file.path()); });
+    if (wav != nullptr) {
+        out += "opened, " + std::to_string(WAV_GetDataBytes(wav)) + " bytes";
+    }
+    WAV_Release(&wav);
+    return out.substr(0, out.find('\n'));
+}
+
+TEST(WavReader, KeepsHugeSizesApart) {
+    constexpr std::uint64_t gigabyte = 1 << 30;
+    const std::string header = "[wav] : Header or data is corrupted?";
+    const std::string last = "[wav] : Last chunk is corrupted?";
+    EXPECT_EQ("opened, 2147483648 bytes", openSparse(36, 0x80000000, 2 * gigabyte + 44));
+    EXPECT_EQ("opened, 3221225472 bytes", openSparse(0xC0000024, 0xC0000000, 3 * gigabyte + 44));
+    EXPECT_EQ(last, openSparse(36, 0x80000000, 2 * gigabyte + 43));
+    EXPECT_EQ(header, openSparse(0xFFFFFFFF, 100, 4 * gigabyte + 7));
+    EXPECT_EQ(header, openSparse(0xFFFFFFFF, 100, 4 * gigabyte + 8));
+    // Behind 4 GiB no chunk can be recorded, nor one that would end there.
+    EXPECT_EQ(last, openSparse(36, 0xFFFFFFFF, 4 * gigabyte + 44));
+    EXPECT_EQ(last, openSparse(36, 0xFFFFFFF0, 4 * gigabyte + 100));
 }
 
 } // namespace
