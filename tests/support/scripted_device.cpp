@@ -24,7 +24,7 @@ struct State {
     std::map<std::uint32_t, std::shared_ptr<ScriptedDevice::Answer>> answers;
     std::vector<DeviceCall> calls;
     std::set<int> descriptors;
-    std::map<std::string, ScriptedDevice::Opens> opens;
+    std::map<std::string, int> flags;
     std::map<std::string, int> chosen;
     std::map<std::uint32_t, void *> blocks;
     std::map<void *, std::size_t> memory;
@@ -189,9 +189,9 @@ void ScriptedDevice::clearCalls() {
     state().calls.clear();
 }
 
-ScriptedDevice::Opens ScriptedDevice::opensOf(const std::string &path) const {
+int ScriptedDevice::flagsOf(const std::string &path) const {
     const Guard guard(state().mutex);
-    return state().opens[path];
+    return state().flags[path];
 }
 
 ScriptedDevice::Held ScriptedDevice::held() const {
@@ -216,7 +216,7 @@ int Device_Open(const char *path, int flags) {
         errno = ENOENT;
         return -1;
     }
-    state().opens[path] = {state().opens[path].count + 1, flags};
+    state().flags[path] = flags;
     state().descriptors.insert(fd);
     return fd;
 }

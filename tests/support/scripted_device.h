@@ -50,12 +50,8 @@ public:
         return callsOf(command).at(n).as<Record>();
     }
 
-    // The opens of a path so far, and the flags of the last one.
-    struct Opens {
-        int count = 0;
-        int flags = 0;
-    };
-    Opens opensOf(const std::string &path) const;
+    // The flags of a path's last open.
+    int flagsOf(const std::string &path) const;
 
     // What the library has not given back: descriptors, blocks of Device_AllocVisible, blocks of
     // the memory zones, mappings of physical memory.
