@@ -70,9 +70,6 @@ TEST_F(RequestTest, TakesAReplyThatFits) {
     EXPECT_EQ(0, ask("1234567", reply_, 8));
     EXPECT_STREQ("1234567", reply_);
     EXPECT_EQ("", outputOf([&] { EXPECT_EQ(-1, ask("12345678", reply_, 8)); }));
-    EXPECT_EQ(0, ask("", reply_, 8)); // closed without an answer
-    EXPECT_STREQ("", reply_);
-    EXPECT_EQ(-1, ask("1", reply_, 0));
     const std::string reply(3000, 'r'); // that nobody takes is printed
     EXPECT_EQ(reply, outputOf([&] { EXPECT_EQ(0, ask(reply, nullptr, 0)); }));
 }
@@ -95,16 +92,12 @@ TEST_F(RequestTest, SurvivesADaemonThatGoes) {
             self.receive(fd); // goes without an answer, else with the request unread
         }
     });
-    const auto ask = [this](int times) {
-        const Captured quiet;
-        for (int i = 0; i < times; ++i) {
-            settings_request(&request_, reply_, 64);
-        }
-    };
-    ask(1);
+    const Captured quiet;
     const std::size_t descriptors = openDescriptorCount();
-    ask(10000);
-    while (tessel.served() < 10001) {
+    for (int i = 0; i < 10000; ++i) {
+        settings_request(&request_, reply_, 64);
+    }
+    while (tessel.served() < 10000) {
         usleep(1000);
     }
     EXPECT_EQ(descriptors, openDescriptorCount());
