@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -41,15 +40,10 @@ protected:
     DecoderOps ops_ = {};
 };
 
-TEST_F(G711Test, DescribesItself) {
+TEST_F(G711Test, DecodesByTheLawAnnouncedLast) {
     EXPECT_EQ(0x31313747U, ops_.fourCC);
     EXPECT_EQ(64000U, ops_.codecDesc->bitRate);
     EXPECT_EQ(8000U, ops_.codecDesc->sampleRate);
-    EXPECT_EQ(1U, ops_.getChannels(handle()));
-    EXPECT_EQ(640U, handle()->frameSize);
-}
-
-TEST_F(G711Test, DecodesByTheLawAnnouncedLast) {
     EXPECT_EQ(-32124, decodeOne(0x00)); // u-law until something else is announced
     announce("ALAW", 2);
     EXPECT_EQ(2U, ops_.getChannels(handle()));
@@ -75,7 +69,6 @@ TEST_F(G711Test, FollowsThePayloadSize) {
               "[voxo] src/voxo_g711:#: src/voxo_g711:#: G.711Dec initialized!\n"
               "[voxo] src/voxo_g711:#: src/voxo_g711:#: G.711Dec reseted!\n",
               changed);
-    EXPECT_EQ("", outputOf([&] { ops_.setIO(handle(), input, output, 320); }));
     EXPECT_EQ("", outputOf([&] { EXPECT_EQ(0, ops_.setIO(handle(), input, output, 0)); }));
     EXPECT_EQ(320U, handle()->frameSize);
     std::uint32_t size = 0;

@@ -85,11 +85,6 @@ protected:
     }
     ~ProcessTest() override { pidFilePath[0] = '\0'; }
 
-    std::string fileText() const {
-        std::ifstream in(file_);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
-
     std::filesystem::path file_;
 };
 
@@ -97,7 +92,7 @@ TEST_F(ProcessTest, OwnsItsPidFileWhileItHoldsItsId) {
     const mode_t mask = umask(0077);
     EXPECT_EQ(0, voxoCreatePidFile());
     umask(mask);
-    EXPECT_EQ(std::to_string(getpid()) + "\n", fileText());
+    EXPECT_EQ(std::to_string(getpid()) + "\n", contentsOf(file_));
     EXPECT_EQ(std::filesystem::perms(0644), std::filesystem::status(file_).permissions());
     voxoCleanup(&voxoContext);
     EXPECT_FALSE(std::filesystem::exists(file_));
@@ -109,20 +104,6 @@ TEST_F(ProcessTest, OwnsItsPidFileWhileItHoldsItsId) {
     std::strcpy(pidFilePath, "/no/such/dir/pid");
     EXPECT_EQ("can't open /no/such/dir/pid\n",
               errorsOf([] { EXPECT_EQ(-1, voxoCreatePidFile()); }));
-    pidFilePath[0] = '\0';
-    EXPECT_EQ("", errorsOf([] { EXPECT_EQ(0, voxoCreatePidFile()); }));
-}
-
-TEST(SignalHandler, SetsOneFlag) {
-    for (const auto &[signal, flag] :
-         {std::pair(SIGHUP, &reloadVolume), {SIGTERM, &quitRequested}, {SIGINT, &quitRequested}}) {
-        reloadVolume = 0;
-        quitRequested = 0;
-        voxoSignalHandler(signal);
-        EXPECT_EQ(1, *flag);
-        EXPECT_EQ(1, reloadVolume + quitRequested);
-    }
-    reloadVolume = 0;
 }
 
 volatile std::sig_atomic_t signals;
@@ -130,18 +111,12 @@ volatile std::sig_atomic_t signals;
 TEST_F(ProcessTest, NotifiesTheEncoder) {
     std::signal(SIGUSR1, [](int) { signals = signals + 1; });
     signals = 0;
-    const auto notify = [&](const std::string &text) {
+    const std::string own = "  " + std::to_string(getpid());
+    for (const char *text : {own.c_str(), "", "none", "0\n", "-1\n"}) { // one process's id
         std::ofstream(file_) << text;
         voxoNotifyEncoder(file_.c_str());
-    };
-    notify(std::to_string(getpid()) + "\n");
-    EXPECT_EQ(1, signals);
-    notify("  " + std::to_string(getpid()));
-    EXPECT_EQ(2, signals);
-    for (const char *text : {"", "none", "0\n", "-1\n", "-999999"}) { // no process's id
-        notify(text);
     }
-    EXPECT_EQ(2, signals);
+    EXPECT_EQ(1, signals);
     EXPECT_EQ("", errorsOf([] { voxoNotifyEncoder(""); }));
     EXPECT_EQ("can't open /no/such/pid\n", errorsOf([] { voxoNotifyEncoder("/no/such/pid"); }));
     std::signal(SIGUSR1, SIG_DFL);
