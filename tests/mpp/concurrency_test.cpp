@@ -46,6 +46,7 @@ TEST_F(ConcurrencyTest, ChannelsRunInParallel) {
 
 TEST_F(ConcurrencyTest, OneChannelIsUsedByMany) {
     configure(640, AUDIO_SOUND_MODE_MONO);
+    HI_MPI_AO_EnableChn(0, 0); // opens the zones' device
     const std::size_t descriptors = device().held().descriptors;
     messages([] {
         atOnce(
@@ -66,7 +67,7 @@ TEST_F(ConcurrencyTest, OneChannelIsUsedByMany) {
             },
             [](int) { HI_MPI_AO_PauseChn(0, 14); });
     });
-    EXPECT_EQ(descriptors + 2, device().held().descriptors); // the channel's and the zones'
+    EXPECT_EQ(descriptors + 1, device().held().descriptors); // the first uses met
 }
 
 std::int32_t busyReceive(std::uint32_t dev, std::uint32_t chn, std::uint32_t /*argument*/,
