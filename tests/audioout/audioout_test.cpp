@@ -14,7 +14,6 @@
 #include <array>
 #include <fstream>
 #include <map>
-#include <regex>
 
 namespace {
 
@@ -57,8 +56,7 @@ protected:
     template <typename Call>
     static std::string reports(Call call, std::int32_t expected) {
         const std::string text = outputOf([&] { EXPECT_EQ(expected, call()); });
-        static const std::regex place(R"(\[Func\]:(\w+) \[Line\]:# \[Info\]:)");
-        return std::regex_replace(text, place, "$1: ");
+        return replaced(text, R"(\[Func\]:(\w+) \[Line\]:# \[Info\]:)", "$1: ");
     }
 
     // A call that writes a silent block.

@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <array>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -29,12 +28,11 @@ constexpr std::int32_t err(std::uint32_t value) {
 // standard output comes first, behind "out: ".
 template <typename Code>
 std::string messages(Code code) {
-    static const std::regex place(R"(\[Func\]:\w+ \[Line\]:\d+ \[Info\]:)");
     Captured captured;
     code();
     const Captured::Texts texts = captured.texts();
     return (texts.out.empty() ? "" : "out: " + texts.out) +
-           std::regex_replace(texts.err, place, "");
+           replaced(texts.err, R"(\[Func\]:\w+ \[Line\]:\d+ \[Info\]:)", "");
 }
 
 // A call, what it returns and what it says.

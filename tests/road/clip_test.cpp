@@ -8,7 +8,6 @@
 
 #include <cstring>
 #include <iterator>
-#include <regex>
 #include <thread>
 
 namespace {
@@ -47,10 +46,15 @@ std::string log(const CameraProcess &camera) {
 // Waits for a report of a clip's state, the n-th one.
 bool isReported(const CameraProcess &camera, const std::string &state, int n = 1,
                 std::chrono::seconds patience = std::chrono::seconds(10)) {
-    const std::regex report("status_audioclip_playing=" + state + "  ->");
+    const std::string report = "status_audioclip_playing=" + state + "  ->";
     const auto holds = [&] {
         const std::string text = log(camera);
-        return std::distance(std::sregex_iterator(text.begin(), text.end(), report), {}) >= n;
+        int count = 0;
+        for (std::size_t at = text.find(report); at != std::string::npos;
+             at = text.find(report, at + 1)) {
+            ++count;
+        }
+        return count >= n;
     };
     return eventually(holds, patience);
 }

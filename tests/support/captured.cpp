@@ -37,7 +37,10 @@ Captured::Texts Captured::texts() {
     return {texts[0], texts[1]};
 }
 
+std::string replaced(const std::string &text, const char *pattern, const char *by) {
+    return std::regex_replace(text, std::regex(pattern), by);
+}
+
 std::string withoutLines(const std::string &text) {
-    static const std::regex lines(R"((src/voxo(_g711)?|\[Line\]):\d+)");
-    return std::regex_replace(text, lines, "$1:#");
+    return replaced(text, R"((src/voxo(_g711)?|\[Line\]):\d+)", "$1:#");
 }

@@ -25,6 +25,10 @@ private:
     UniqueFd files_[2];
 };
 
+// The text with every match of a regular expression replaced. Only here, since each source that
+// includes <regex> takes long to compile.
+std::string replaced(const std::string &text, const char *pattern, const char *by);
+
 // The text with the source lines in it shown as '#': they come and go.
 std::string withoutLines(const std::string &text);
 
