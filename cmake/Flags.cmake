@@ -12,9 +12,9 @@ add_library(project_flags INTERFACE)
 target_link_libraries(project_flags INTERFACE project_warnings)
 
 if(VOXO_SANITIZE)
-    # The sanitizers' own code makes g++ see uninitialised values in its library.
+    # The sanitizers' own code makes g++ see uninitialised values and faults in its library.
     target_compile_options(project_flags INTERFACE
-        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+        "$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized;-Wno-array-bounds>"
         -fsanitize=${VOXO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(project_flags INTERFACE -fsanitize=${VOXO_SANITIZE})
 endif()
