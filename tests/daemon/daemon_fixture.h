@@ -91,9 +91,10 @@ inline Record newRecord(const char *type, std::size_t size) {
 }
 
 inline Record audioRecord(const std::vector<std::uint8_t> &payload, std::uint32_t extra = 0) {
-    Record record = newRecord("G711", 44 + extra + payload.size());
+    Record record = newRecord("G711", 44 + extra);
+    record.insert(record.end(), payload.begin(), payload.end());
+    putWord(record, 0, static_cast<std::uint32_t>(record.size()));
     putWord(record, 40, extra);
-    std::copy(payload.begin(), payload.end(), record.begin() + 44 + extra);
     return record;
 }
 
