@@ -30,16 +30,10 @@ protected:
 };
 
 TEST_F(AoVqeTest, RefusesResamplingWithTheRightWords) {
-    struct Attributes {
-        std::uint32_t rate = 8000;
-        std::uint32_t mode = AUDIO_SOUND_MODE_MONO;
-        std::uint32_t channels = 2;
-    };
-    const auto enable = [](std::uint32_t chn, std::uint32_t rate, const Attributes &device = {}) {
+    const auto enable = [](std::uint32_t chn, std::uint32_t rate, std::uint32_t deviceRate = 8000,
+                           std::uint32_t mode = AUDIO_SOUND_MODE_MONO, std::uint32_t channels = 2) {
         return [=] {
-            const AIO_ATTR_S attr = {device.rate,     1, 0, device.mode, 1, 30, 640,
-                                     device.channels, 0};
-            EXPECT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
+            configure(640, mode, AUDIO_BIT_WIDTH_16, deviceRate, channels);
             return HI_MPI_AO_EnableReSmp(0, chn, rate);
         };
     };
@@ -48,12 +42,12 @@ TEST_F(AoVqeTest, RefusesResamplingWithTheRightWords) {
         {0xA0168003, "AoChn 0 resample in rate:8001 is illegal!\n", enable(0, 8001)},
         {0xA0168009, "resample out rate is the same as resample in rate, it's not allowed!\n",
          enable(0, 8000)},
-        {0xA0168003, "resample don't support stereo!\n", enable(0, 16000, {.mode = 1})},
+        {0xA0168003, "resample don't support stereo!\n",
+         enable(0, 16000, 8000, AUDIO_SOUND_MODE_STEREO)},
         {0xA0168002, "enable resample fail,Aodev0 don't have chn0\n",
-         enable(0, 16000, {.channels = 0})},
-        {0xA0168009, "Resmp is not permit when Ao samplerate is 96000!\n",
-         enable(0, 16000, {.rate = 96000})},
-        {0xA0168041, "", enable(0, 16000, {.rate = 0})},
+         enable(0, 16000, 8000, AUDIO_SOUND_MODE_MONO, 0)},
+        {0xA0168009, "Resmp is not permit when Ao samplerate is 96000!\n", enable(0, 16000, 96000)},
+        {0xA0168041, "", enable(0, 16000, 0)},
     });
     device().answer(0x80245802, 5);
     expectOutcomes({{0xA0168007, "can't get aodev0's attribute!\n", enable(0, 16000)}});

@@ -70,17 +70,16 @@ TEST_F(ConcurrencyTest, OneChannelIsUsedByMany) {
     EXPECT_EQ(descriptors + 1, device().held().descriptors); // the first uses met
 }
 
-std::int32_t busyReceive(std::uint32_t dev, std::uint32_t chn, std::uint32_t /*argument*/,
-                         std::uint32_t /*type*/, void * /*data*/) {
-    const BIND_CHN_S self = {40, dev, chn};
-    BIND_CHN_S source = {};
-    SYS_GetBindbyDest(&self, &source);
-    return 0;
-}
-
 TEST_F(ConcurrencyTest, BindingsChangeUnderDelivery) {
     const BIND_SENDER_S sender = {7, 1, 4, [](auto, auto, const BIND_DEST_S *) {}};
-    const BIND_RECEIVER_S receiver = {40, 1, 8, busyReceive, [](auto, auto, void *) {}};
+    const BIND_RECEIVER_S receiver = {40, 1, 8,
+                                      [](auto dev, auto chn, auto, auto, void *) {
+                                          const BIND_CHN_S self = {40, dev, chn};
+                                          BIND_CHN_S source = {};
+                                          SYS_GetBindbyDest(&self, &source);
+                                          return 0;
+                                      },
+                                      [](auto, auto, void *) {}};
     ASSERT_EQ(0, SYS_BIND_RegisterSender(&sender));
     ASSERT_EQ(0, SYS_BIND_RegisterReceiver(&receiver));
     const auto rebind = [](std::uint32_t chn) {

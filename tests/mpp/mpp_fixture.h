@@ -65,8 +65,9 @@ protected:
 
     // Sets the device up: 16 bits, stereo unless said otherwise.
     static void configure(std::uint32_t points = 640, std::uint32_t mode = AUDIO_SOUND_MODE_STEREO,
-                          std::uint32_t width = AUDIO_BIT_WIDTH_16, std::uint32_t rate = 8000) {
-        const AIO_ATTR_S attr = {rate, width, 0, mode, 1, 30, points, 2, 0};
+                          std::uint32_t width = AUDIO_BIT_WIDTH_16, std::uint32_t rate = 8000,
+                          std::uint32_t channels = 2) {
+        const AIO_ATTR_S attr = {rate, width, 0, mode, 1, 30, points, channels, 0};
         ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
     }
 };

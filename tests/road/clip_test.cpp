@@ -12,8 +12,6 @@
 
 namespace {
 
-const std::vector<std::string> realTime;
-
 constexpr std::size_t chunkBytes = 2048;
 constexpr std::size_t periodBytes = 1280;
 

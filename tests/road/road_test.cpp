@@ -14,9 +14,6 @@
 
 namespace {
 
-const std::string speech = VOXO_SPEECH_SAMPLE;
-const std::vector<std::string> realTime;
-
 void expectInOrder(const std::string &text, const std::vector<std::string> &parts) {
     std::size_t at = 0;
     for (const std::string &part : parts) {

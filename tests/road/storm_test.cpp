@@ -1,18 +1,17 @@
 // Daemons that come and go at the worst moments. Each leaves on the camera what the next one finds.
 #include "tests/support/camera_process.h"
+#include "tests/support/random.h"
 #include "vcam/cli/stream_sender.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <random>
 #include <thread>
 
 namespace {
 
 using std::chrono::milliseconds;
 
-const std::string speech = VOXO_SPEECH_SAMPLE;
 const std::vector<std::string> bare = {"--bare", "--fast"};
 
 class Daemon {
@@ -62,10 +61,10 @@ TEST(Storm, StartsAndEndsAHundredTimes) {
 
 TEST(Storm, EndsAtAnyMomentOfItsStart) {
     const CameraProcess camera(bare);
-    std::mt19937 random(7);
+    Random random;
     for (int i = 0; i < 30; ++i) {
         Daemon daemon(camera);
-        std::this_thread::sleep_for(milliseconds(random() % 250));
+        std::this_thread::sleep_for(milliseconds(random.below(250)));
         const int status = daemon.end(SIGTERM); // it is taken from the open output on
         EXPECT_TRUE(status == 0 || status == 128 + SIGTERM) << status;
     }

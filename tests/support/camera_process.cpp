@@ -1,5 +1,7 @@
 #include "tests/support/camera_process.h"
 
+#include "vcam/camera/camera.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -81,7 +83,7 @@ Finished CameraProcess::vcam(std::vector<std::string> arguments) const {
 }
 
 void CameraProcess::expectPlaysSpeech(const std::string &law) const {
-    const Finished cast = vcam({"cast", VOXO_SPEECH_SAMPLE, law, "--fast", "--check"});
+    const Finished cast = vcam({"cast", speech, law, "--fast", "--check"});
     EXPECT_EQ(0, cast.status) << cast.out << cast.err;
 }
 
@@ -115,10 +117,7 @@ std::vector<std::int16_t> CameraProcess::heard() const {
 }
 
 pid_t CameraProcess::daemon() const {
-    std::ifstream in(place("/var/run/voxo.pid"));
-    pid_t pid = 0;
-    in >> pid;
-    return pid;
+    return readPidFile(place(voxoPidPath)).value_or(0);
 }
 
 int CameraProcess::end(int signal) {

@@ -30,6 +30,9 @@ int waitFor(Child &child, std::chrono::seconds patience = std::chrono::minutes(5
 bool eventually(const std::function<bool()> &holds,
                 std::chrono::milliseconds patience = std::chrono::seconds(10));
 
+inline const std::string speech = VOXO_SPEECH_SAMPLE;
+inline const std::vector<std::string> realTime; // options of a camera that plays as it must
+
 class CameraProcess {
 public:
     // Starts `vcam run` with these options, periods played as they come unless told otherwise, and
