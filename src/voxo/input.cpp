@@ -34,6 +34,7 @@ int voxoWaitInput(int fd, void *buffer, std::uint32_t size, int wait) {
     timeout.tv_sec = wait != 0 ? 1 : 0;
     const int highest = hasFifo ? std::max(fd, fifo) : fd;
     if (select(highest + 1, &readable, nullptr, nullptr, &timeout) <= 0) {
+        passed = 0; // another reader may have taken the message
         return -1;
     }
     const bool hasMessage = hasFifo && FD_ISSET(fifo, &readable);

@@ -1,6 +1,7 @@
 #include "src/voxo/fifo.h"
 
 #include "camera/message/message.h"
+#include "src/voxo/input.h"
 #include "src/voxo/playback.h"
 #include "tests/daemon/daemon_fixture.h"
 
@@ -147,6 +148,22 @@ TEST_F(FifoTest, ReportsWhatItCannotParse) {
     EXPECT_EQ(0, receive(whole.substr(0, 30)).result);
     EXPECT_EQ(-1, receive(whole.substr(30, 4)).result);
     EXPECT_EQ("Get location: /good\n", outputFor(location("/good")));
+}
+
+// Empty datagrams in front of a message that another reader then takes.
+TEST_F(FifoTest, KeepsHearingTheStream) {
+    int sockets[2] = {};
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_DGRAM, 0, sockets));
+    char byte = 'x';
+    EXPECT_EQ(1, write(fifo_, &byte, 1));
+    for (int i = 0; i < 9; ++i) {
+        send(sockets[1], &byte, i < 8 ? 0 : 1, 0);
+        EXPECT_TRUE(i < 8 || read(fifo_, &byte, 1) == 1);
+        EXPECT_EQ(-1, voxoWaitInput(sockets[0], recvBuf, sizeof recvBuf, 0));
+    }
+    EXPECT_EQ(0, voxoWaitInput(sockets[0], recvBuf, sizeof recvBuf, 0));
+    close(sockets[0]);
+    close(sockets[1]);
 }
 
 TEST_F(FifoTest, AsksForTwoWayAudio) {
