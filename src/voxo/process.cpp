@@ -1,6 +1,7 @@
 #include "src/voxo/process.h"
 
 #include "audioout/audioout.h"
+#include "base/unique_fd.h"
 #include "base/unique_file.h"
 
 #include <fcntl.h>
@@ -12,12 +13,19 @@
 
 namespace {
 
+constexpr mode_t newFileMode = 0666; // as far as the process's mask lets it
 constexpr mode_t pidFileMode = 0644;
 
+// Opens a PID file to read (mode "r") or to write ("w"), as fopen does, except that a pipe in its
+// place keeps nobody waiting for whoever holds the other end.
 UniqueFile openReported(const char *path, const char *mode) {
-    UniqueFile file(std::fopen(path, mode));
+    const int access = *mode == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
+    UniqueFd fd(open(path, access | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, newFileMode));
+    UniqueFile file(fd ? fdopen(fd.get(), mode) : nullptr);
     if (file == nullptr) {
         std::fprintf(stderr, "can't open %s\n", path);
+    } else {
+        fd.release();
     }
     return file;
 }

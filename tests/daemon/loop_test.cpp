@@ -117,6 +117,9 @@ TEST_F(ProcessTest, NotifiesTheEncoder) {
         voxoNotifyEncoder(file_.c_str());
     }
     EXPECT_EQ(1, signals);
+    std::filesystem::remove(file_);
+    EXPECT_EQ(0, mkfifo(file_.c_str(), 0600)); // that nobody writes to
+    EXPECT_EQ("", errorsOf([&] { voxoNotifyEncoder(file_.c_str()); }));
     EXPECT_EQ("", errorsOf([] { voxoNotifyEncoder(""); }));
     EXPECT_EQ("can't open /no/such/pid\n", errorsOf([] { voxoNotifyEncoder("/no/such/pid"); }));
     std::signal(SIGUSR1, SIG_DFL);
