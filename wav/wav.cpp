@@ -15,7 +15,7 @@
 
 namespace {
 
-[[gnu::used]] constexpr char ident[] = "$Id: 1.0.0.1 wav 2011/09/16 19:00:00 $";
+[[gnu::used, gnu::retain]] constexpr char ident[] = "$Id: 1.0.0.1 wav 2011/09/16 19:00:00 $";
 
 constexpr std::uint32_t samplesAccepted = 16;
 

@@ -1,5 +1,6 @@
 #!/bin/sh
-# What the daemon needs at run time, and how much room its code and constants take:
+# What the daemon needs at run time, how much room its code and constants take, and that it says which
+# WAV reader it holds:
 #     elf_test.sh READELF VOXO
 set -eu
 readelf=$1
@@ -23,3 +24,8 @@ for hex in $("$readelf" -SW "$voxo" | sed -n 's/^ *\[ *[0-9]*\] *//p' |
 done
 echo "code and constants: $size bytes of $room"
 [ "$size" -gt 0 ] && [ "$size" -le "$room" ]
+
+grep -aqF '$Id: 1.0.0.1 wav 2011/09/16 19:00:00 $' "$voxo" || {
+    echo "no ident of the WAV reader"
+    exit 1
+}
