@@ -102,7 +102,8 @@ std::int32_t VB_FreeAoBlock(std::uint32_t phys);
 
 // The block allocator for everyone else: `name` (cut to 15 characters), `zone` (cut to 31; null or
 // empty: any), mapped uncached or cached. 0xA0028010 when the device cannot be opened,
-// 0xA0028006 without a place for an address, or the driver's result.
+// 0xA0028006 without a place for an address, 0xA002800C when the driver says that it has mapped the
+// block and has not, or the driver's result.
 std::int32_t HI_MPI_SYS_AllocBlock(std::uint32_t *phys, void **virt, const char *name,
                                    const char *zone, std::uint32_t size);
 std::int32_t HI_MPI_SYS_AllocBlockCached(std::uint32_t *phys, void **virt, const char *name,

@@ -141,6 +141,9 @@ TEST(ZoneTest, AllocatesSystemBlocks) {
         device().reset();
         HI_MPI_SYS_FreeBlock(phys);
     }
+    device().answer(0xC04C6D14, 0);
+    expectOutcomes({{0xA002800C, "System remap mmz memory failed!\n", allocateAndFree}});
+    device().reset();
     EXPECT_EQ(0, allocateAndFree());
     EXPECT_STREQ("zone", device().sent<BlockRecord>(0xC04C6D0A).zone);
     device().answerWords(0xC04C6D15, {0x82000000, 0, 0, 0, 0x30000000});

@@ -49,6 +49,9 @@ std::int32_t allocate(std::uint32_t *phys, void **virt, MmzBlockRecord record,
         return result;
     }
     result = issue(mapCommand, &record);
+    if (result == 0 && record.virt == 0) {
+        result = ERR_SYS_NOMEM; // a driver's word is not taken for memory
+    }
     if (result != 0) {
         mppReport(site, "System remap mmz memory failed!\n");
         MmzBlockRecord block = mmzReference(record.phys);
