@@ -16,8 +16,6 @@ public:
 
     int get() const { return fd_.load(std::memory_order_acquire); }
 
-    bool isOpen() const { return get() >= lowestKept_; }
-
     // Makes sure that the device is open. `prepare`, called with a fresh descriptor, makes it ready
     // and returns 0, or else the descriptor is closed again. Returns the descriptor, or the failing
     // result of the open (errno set), or -1 when it could not be made ready.

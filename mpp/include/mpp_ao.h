@@ -7,8 +7,9 @@
 //
 // Results are 0, one of the error values below, or a driver's result passed through unchanged.
 // Most refusals are told on standard error. Every operation first checks the device (only 0:
-// ERR_AO_INVALID_DEV) and, where it takes one, the channel (0 to 15: ERR_AO_INVALID_CHN); then, and
-// before any command, "/dev/ao" is opened for the channel if it is not yet (ERR_AO_NOT_READY).
+// ERR_AO_INVALID_DEV) and, where it takes one, the channel (0 to 15: ERR_AO_INVALID_CHN). Before a
+// command "/dev/ao" is opened for its channel, or for the device, if it is not yet
+// (ERR_AO_NOT_READY).
 //
 // All operations may be called from any thread. Those that touch a channel's buffers or processing
 // exclude each other, those on different channels never wait for each other; operations on the
@@ -107,8 +108,7 @@ struct AO_VQE_ATTR_S {
     std::uint32_t au32Effect[14];    // parameters of the effects; the engine's
 };
 
-// Start and end of the module, called by the system layer. 0, also when it runs already or not; -1
-// when a lock cannot be made.
+// Start and end of the module, called by the system layer. 0, also when it runs already or not.
 std::int32_t MPI_AO_Init();
 std::int32_t MPI_AO_Exit();
 

@@ -15,10 +15,6 @@ constexpr std::uint32_t resettingSender = 5;
 constexpr std::uint32_t singleDeviceSenders[] = {5, 16};
 constexpr std::uint32_t singleChannelSender = 15;
 
-int shown(std::uint32_t number) {
-    return static_cast<int>(number);
-}
-
 bool isSameChannel(const BIND_CHN_S &a, const BIND_CHN_S &b) {
     return a.u32ModId == b.u32ModId && a.u32DevId == b.u32DevId && a.u32ChnId == b.u32ChnId;
 }

@@ -12,12 +12,6 @@ namespace {
 
 static_assert(VB_ZONE_NAME_SIZE == MMZ_ZONE_NAME_SIZE);
 
-void copyZone(char (&field)[VB_ZONE_NAME_SIZE], const char *zone) {
-    if (zone != nullptr) {
-        std::memcpy(field, zone, strnlen(zone, sizeof field - 1));
-    }
-}
-
 bool isZoneTooLong(const VB_POOL_S &pool) {
     if (pool.u32BlkSize == 0 || pool.u32BlkCnt == 0) {
         return false;
@@ -77,7 +71,7 @@ std::int32_t HI_MPI_VB_SetConfig(const VB_CONF_S *config) {
 
 std::uint32_t HI_MPI_VB_CreatePool(std::uint32_t blkSize, std::uint32_t blkCnt, const char *zone) {
     VbPoolRecord record = {VB_INVALID_POOL, blkSize, blkCnt, UINT32_MAX, 0, {}};
-    copyZone(record.zone, zone);
+    recordCopyName(record.zone, zone);
     return vbDeviceCommand(VB_CMD_CREATE_POOL, &record) == 0 ? record.pool : VB_INVALID_POOL;
 }
 
@@ -90,7 +84,7 @@ std::uint32_t HI_MPI_VB_GetBlock(std::uint32_t pool, std::uint32_t blkSize, cons
     if (pool == VB_INVALID_POOL) {
         record.blkSize = blkSize;
         record.anyPool = 1;
-        copyZone(record.zone, zone);
+        recordCopyName(record.zone, zone);
     }
     return vbDeviceCommand(VB_CMD_GET_BLOCK, &record) == 0 ? record.block : VB_INVALID_HANDLE;
 }

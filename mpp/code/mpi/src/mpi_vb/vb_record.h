@@ -2,6 +2,15 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+
+// Copies a name into a record's field, cut to leave a terminator; null leaves the field empty.
+template <std::size_t Size>
+void recordCopyName(char (&field)[Size], const char *name) {
+    if (name != nullptr) {
+        std::memcpy(field, name, strnlen(name, Size - 1));
+    }
+}
 
 enum : std::uint32_t {
     VB_CMD_CREATE_POOL = 0xC0244201,

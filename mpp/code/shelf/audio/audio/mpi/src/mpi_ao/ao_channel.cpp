@@ -35,8 +35,7 @@ void freeStaging(AoChannel &channel) {
 
 bool allocateBlock(AoChannel &channel, std::uint32_t dev, std::uint32_t chn) {
     char name[16];
-    std::snprintf(name, sizeof name, "AO(%d,%d) CirBuf", static_cast<int>(dev),
-                  static_cast<int>(chn));
+    std::snprintf(name, sizeof name, "AO(%d,%d) CirBuf", shown(dev), shown(chn));
     AoCircle &first = channel.stCirBuf[0];
     void *virt = nullptr;
     if (VB_AllocAoBlock(name, &first.phys, &virt, AO_SUB_CHN_NUM * AO_CIRCLE_SIZE) != 0) {

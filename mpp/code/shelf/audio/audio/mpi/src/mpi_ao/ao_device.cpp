@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr std::uint32_t deviceSlot = 0;
 constexpr std::uint32_t widestClkDir = 1;
 
 // A descriptor of the driver, bound to its channel once, right after opening. 0 is not kept.
@@ -28,7 +27,7 @@ std::int32_t checkAttr(std::uint32_t dev, const AIO_ATTR_S *attr,
                        CallSite site = CallSite::here()) {
     const std::int32_t error = aoCheckDev(dev, site);
     if (error == 0 && attr == nullptr) {
-        mppReport(site, "the AIO_ATTR_S pointer for AoDev%d is NULL!\n", static_cast<int>(dev));
+        mppReport(site, "the AIO_ATTR_S pointer for AoDev%d is NULL!\n", shown(dev));
         return ERR_AO_NULL_PTR;
     }
     return error;
@@ -38,7 +37,7 @@ std::int32_t checkAttr(std::uint32_t dev, const AIO_ATTR_S *attr,
 
 std::int32_t aoCheckDev(std::uint32_t dev, CallSite site) {
     if (dev >= AO_DEV_NUM) {
-        mppReport(site, "ao dev %d is invalid\n", static_cast<int>(dev));
+        mppReport(site, "ao dev %d is invalid\n", shown(dev));
         return ERR_AO_INVALID_DEV;
     }
     return 0;
@@ -50,7 +49,7 @@ std::int32_t aoCheckChn(std::uint32_t dev, std::uint32_t chn, CallSite site) {
         return error;
     }
     if (chn >= AO_CHN_NUM) {
-        mppReport(site, "ao chnid %d is invalid\n", static_cast<int>(chn));
+        mppReport(site, "ao chnid %d is invalid\n", shown(chn));
         return ERR_AO_INVALID_CHN;
     }
     return 0;
@@ -116,7 +115,7 @@ std::int32_t HI_MPI_AO_GetTrackMode(std::uint32_t AoDev, std::uint32_t *penTrack
     }
     if (penTrackMode == nullptr) {
         mppReport(CallSite::here(), "the penTrackMode pointer for AoDev%d is NULL!\n",
-                  static_cast<int>(AoDev));
+                  shown(AoDev));
         return ERR_AO_NULL_PTR;
     }
     return aoCommand(deviceSlot, AO_CMD_GET_TRACK_MODE, penTrackMode);

@@ -17,10 +17,6 @@ namespace {
 constexpr std::int32_t foreverMilliSec = -1;
 constexpr int engineFailureLine = 2220; // as its report has always given it
 
-int shown(std::uint32_t number) {
-    return static_cast<int>(number);
-}
-
 // One call's delivery, under the channel's lock.
 struct Delivery {
     std::uint32_t dev;

@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr std::uint32_t deviceSlot = 0;
-
 // Empties both buffers. Returns whether the channel's engine may hold audio as well.
 bool clearCircles(AoChannel &channel) {
     const MutexGuard guard(channel.lock);
@@ -22,7 +20,7 @@ bool clearCircles(AoChannel &channel) {
 std::int32_t clearEngine(std::uint32_t dev, std::uint32_t chn, CallSite site) {
     AoEngineAttr attr = {};
     if (MPI_AO_GetVqeAttr(chn, &attr) != 0) {
-        mppReport(site, "AoDev: %d get vqe attr failed!\n", static_cast<int>(dev));
+        mppReport(site, "AoDev: %d get vqe attr failed!\n", shown(dev));
         return ERR_AO_NOT_CONFIG;
     }
     AoChannel &channel = aoChannels[chn];
@@ -35,8 +33,7 @@ std::int32_t clearEngine(std::uint32_t dev, std::uint32_t chn, CallSite site) {
     const std::int32_t error = aoEngineCreate(&channel.engine, &attr);
     guard.unlock();
     if (error != 0) {
-        mppReport(site, "Ao dev: %d, ao chn:%d, create vqe fail.\n", static_cast<int>(dev),
-                  static_cast<int>(chn));
+        mppReport(site, "Ao dev: %d, ao chn:%d, create vqe fail.\n", shown(dev), shown(chn));
     }
     return error;
 }
@@ -54,8 +51,7 @@ std::int32_t HI_MPI_AO_GetVolume(std::uint32_t AoDev, std::int32_t *ps32VolumeDb
         return error;
     }
     if (ps32VolumeDb == nullptr) {
-        mppReport(CallSite::here(), "the ps32VolumeDb pointer for Ao%d is NULL!\n",
-                  static_cast<int>(AoDev));
+        mppReport(CallSite::here(), "the ps32VolumeDb pointer for Ao%d is NULL!\n", shown(AoDev));
         return ERR_AO_NULL_PTR;
     }
     return aoCommand(deviceSlot, AO_CMD_GET_VOLUME, ps32VolumeDb);
@@ -85,13 +81,13 @@ std::int32_t HI_MPI_AO_GetMute(std::uint32_t AoDev, std::uint32_t *pbEnable, AO_
     }
     if (pbEnable == nullptr && pstFade == nullptr) {
         mppReport(CallSite::here(), "Both pbEnable and pstFade pointer for  AoDev%d are NULL!\n",
-                  static_cast<int>(AoDev));
+                  shown(AoDev));
         return ERR_AO_NULL_PTR;
     }
     AoMuteRecord record = {};
     const std::int32_t result = aoCommand(deviceSlot, AO_CMD_GET_MUTE, &record);
     if (result != 0) {
-        mppReport(CallSite::here(), "Ao%d Get Mute error\n", static_cast<int>(AoDev));
+        mppReport(CallSite::here(), "Ao%d Get Mute error\n", shown(AoDev));
         return result;
     }
     if (pbEnable != nullptr) {
@@ -129,7 +125,7 @@ std::int32_t HI_MPI_AO_QueryChnStat(std::uint32_t AoDev, std::uint32_t AoChn,
     }
     if (pstState == nullptr) {
         mppReport(CallSite::here(), "the AO_CHN_STATE_S pointer for AoDev%d is NULL!\n",
-                  static_cast<int>(AoDev));
+                  shown(AoDev));
         return ERR_AO_NULL_PTR;
     }
     return aoCommand(AoChn, AO_CMD_QUERY_CHN_STAT, pstState);

@@ -22,7 +22,7 @@ bool isAmong(const std::uint32_t (&values)[Size], std::uint32_t value) {
 std::int32_t checkEnabled(const AoChannel &channel, std::uint32_t chn,
                           CallSite site = CallSite::here()) {
     if (channel.enabled == 0) {
-        mppReport(site, "AO chn %d is not enable\n", static_cast<int>(chn));
+        mppReport(site, "AO chn %d is not enable\n", shown(chn));
         return ERR_AO_NOT_ENABLED;
     }
     return 0;
@@ -30,7 +30,7 @@ std::int32_t checkEnabled(const AoChannel &channel, std::uint32_t chn,
 
 std::int32_t readAttr(std::uint32_t dev, AIO_ATTR_S *attr, CallSite site = CallSite::here()) {
     if (HI_MPI_AO_GetPubAttr(dev, attr) != 0) {
-        mppReport(site, "can't get aodev%d's attribute!\n", static_cast<int>(dev));
+        mppReport(site, "can't get aodev%d's attribute!\n", shown(dev));
         return ERR_AO_NOT_CONFIG;
     }
     return 0;
@@ -48,8 +48,7 @@ std::int32_t checkResampling(std::uint32_t dev, std::uint32_t chn, std::uint32_t
         return ERR_AO_ILLEGAL_PARAM;
     }
     if (chn >= attr.u32ChnCnt) {
-        mppReport(site, "enable resample fail,Aodev%d don't have chn%d\n", static_cast<int>(dev),
-                  static_cast<int>(chn));
+        mppReport(site, "enable resample fail,Aodev%d don't have chn%d\n", shown(dev), shown(chn));
         return ERR_AO_INVALID_CHN;
     }
     if (isAmong(refusedDeviceRates, attr.enSamplerate)) {
@@ -75,8 +74,7 @@ std::int32_t checkEffect(std::uint32_t dev, std::uint32_t chn, AIO_ATTR_S *attr,
         return ERR_AO_ILLEGAL_PARAM;
     }
     if (chn >= attr->u32ChnCnt) {
-        mppReport(site, "enable vqe fail,Aodev%d don't have chn%d\n", static_cast<int>(dev),
-                  static_cast<int>(chn));
+        mppReport(site, "enable vqe fail,Aodev%d don't have chn%d\n", shown(dev), shown(chn));
         return ERR_AO_INVALID_CHN;
     }
     return 0;
@@ -152,8 +150,8 @@ std::int32_t HI_MPI_AO_EnableReSmp(std::uint32_t AoDev, std::uint32_t AoChn,
         return error;
     }
     if (!isAmong(resampleRates, enInSampleRate)) {
-        mppReport(CallSite::here(), "AoChn %d resample in rate:%d is illegal!\n",
-                  static_cast<int>(AoChn), static_cast<int>(enInSampleRate));
+        mppReport(CallSite::here(), "AoChn %d resample in rate:%d is illegal!\n", shown(AoChn),
+                  static_cast<int>(enInSampleRate));
         return ERR_AO_ILLEGAL_PARAM;
     }
     AIO_ATTR_S attr = {};
