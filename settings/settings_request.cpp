@@ -137,7 +137,7 @@ std::int32_t settings_request(const SETTINGS_REQUEST *request, char *reply, std:
     }
     sendText(fd.get(), text);
     if (!limitWait(fd.get(), SO_RCVTIMEO)) {
-        std::puts("Socket option SO_RCVTIMEO not support");
+        std::printf("Socket option SO_RCVTIMEO not support");
         return -1;
     }
     return reply != nullptr ? readReply(fd.get(), reply, room) : printReply(fd.get());

@@ -46,7 +46,7 @@ UniqueFile openFile(const AO_DUMP_S &config, const char *kind, std::uint32_t chn
                     std::uint32_t rate) {
     char name[nameRoom];
     std::snprintf(name, sizeof name, "%.*s/%s_AoDev%d_Chn%d_%dK_%.*s.pcm", lengthOf(config.acPath),
-                  config.acPath, kind, static_cast<int>(device), static_cast<int>(chn),
+                  config.acPath, kind, static_cast<int>(device), shown(chn),
                   static_cast<int>(rate / 1000), lengthOf(config.acName), config.acName);
     return UniqueFile(std::fopen(name, "wb+"));
 }
@@ -63,7 +63,7 @@ bool openFiles(const AoChannel &channel, std::uint32_t chn, const AO_DUMP_S &con
     if (in == nullptr || out == nullptr) {
         std::printf("DevId:%d, AoChn:%d, File: InFilePath/OutFilePath open failed!Please check "
                     "your Filepath!\n",
-                    static_cast<int>(device), static_cast<int>(chn));
+                    static_cast<int>(device), shown(chn));
         return false;
     }
     dumps[chn] = {true, {in.release(), 0}, {out.release(), 0}};
@@ -76,7 +76,7 @@ void append(DumpFile &dump, const void *data, std::uint32_t size, std::uint64_t 
         return;
     }
     if (std::fwrite(data, 1, size, dump.file) != size) {
-        std::printf("Write Error\n");
+        mppReport(CallSite::here("AoSaveFile"), "Write Error\n");
     }
     dump.written += size;
     if (unflushed.fetch_add(size) + size > flushThreshold) {
