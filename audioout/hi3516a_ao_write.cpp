@@ -13,7 +13,6 @@ namespace {
 constexpr std::int32_t sendMilliSec = 1000;
 constexpr std::uint64_t timeStamp = 2;
 constexpr std::uint32_t sequence = 1;
-constexpr std::uint32_t widestSample = 3;
 constexpr auto bufferSize = static_cast<std::uint32_t>(HI3516A_AO_CHN_BUFFER_SIZE);
 
 // Bytes that the larger share of the block takes in a channel buffer, whole samples.
@@ -48,7 +47,7 @@ std::int32_t hi3516a_ao_pcm_write(std::int32_t aoDevId, std::int32_t aoChn, cons
         AUDIOOUT_REPORT_ERROR("HI_MPI_AO_GetPubAttr failed", error);
         return -1;
     }
-    if (attr.enBitwidth >= widestSample) {
+    if (attr.enBitwidth > AUDIO_BIT_WIDTH_24) {
         return -1;
     }
     const std::uint32_t sampleBytes = attr.enBitwidth + 1;

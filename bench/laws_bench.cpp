@@ -15,8 +15,6 @@ namespace {
 constexpr std::size_t frameSize = 640;
 constexpr std::size_t frames = 64; // law bytes that the laws are read from, over and over
 
-enum : std::uint32_t { aLaw = 0, uLaw = 1 };
-
 std::vector<std::uint8_t> lawBytes() {
     std::vector<std::uint8_t> bytes(frames * frameSize);
     std::uint32_t state = 1;
@@ -57,8 +55,8 @@ void voxo(benchmark::State &state, std::uint32_t law) {
     }
     G711Law_Destroy(&decoder);
 }
-BENCHMARK_CAPTURE(voxo, alaw, aLaw)->Name("expand A-law/voxo");
-BENCHMARK_CAPTURE(voxo, ulaw, uLaw)->Name("expand u-law/voxo");
+BENCHMARK_CAPTURE(voxo, alaw, G711_LAW_A)->Name("expand A-law/voxo");
+BENCHMARK_CAPTURE(voxo, ulaw, G711_LAW_U)->Name("expand u-law/voxo");
 
 // Law bytes without end, as a file of libsndfile's.
 struct EndlessFile {

@@ -7,8 +7,6 @@
 
 namespace {
 
-enum : std::uint32_t { lawA = 0, lawU = 1 };
-
 constexpr std::uint32_t instanceCountMask = 0x00FFFFFF;
 constexpr std::uint32_t alignment = alignof(G711LawDecoder);
 constexpr std::uint32_t blockSize = sizeof(G711LawDecoder) + alignment - 1;
@@ -40,7 +38,7 @@ void *rememberedBlock(G711LawDecoder *decoder) {
 
 bool isAccepted(const G711LawConfig *config) {
     return (config->header & instanceCountMask) == 1 && config->frameSize != 0 &&
-           config->law <= lawU;
+           config->law <= G711_LAW_U;
 }
 
 } // namespace
@@ -74,7 +72,7 @@ std::int32_t G711Law_Create(G711LawDecoder **decoder, const G711LawConfig *confi
 }
 
 std::int32_t G711Law_Process(G711LawDecoder *decoder, const G711LawIO *io) {
-    if (decoder->law == lawA) {
+    if (decoder->law == G711_LAW_A) {
         G711_AlawExpand(io, decoder->frameSize);
     } else {
         G711_UlawExpand(io, decoder->frameSize);

@@ -10,10 +10,12 @@
 
 #include <cstdint>
 
+enum : std::uint32_t { G711_LAW_A = 0, G711_LAW_U = 1 };
+
 struct G711LawConfig {
     std::uint32_t header;    // low 24 bits: instance count, must be 1; top 8 bits are not examined
     std::uint32_t frameSize; // bytes (= samples) per frame, not 0
-    std::uint32_t law;       // 0 A-law, 1 u-law
+    std::uint32_t law;       // G711_LAW_...
     void *memory;            // block of at least G711Law_GetMemSize bytes for the state, or null
 };
 
@@ -22,7 +24,7 @@ struct G711LawConfig {
 struct G711LawDecoder {
     std::uint32_t external;  // 1: in the caller's memory, 0: in the library's
     std::uint32_t frameSize; // bytes expanded by each G711Law_Process call
-    std::uint32_t law;       // 0 A-law, 1 u-law
+    std::uint32_t law;       // G711_LAW_...
     std::uint32_t
         allocation; // when external is 0, where the block to free begins: its address where
                     // addresses have 32 bits, else how many bytes it lies before the state

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr int twoWayInProgress = 1;
-
 // Waits for a record and handles it. False: the daemon is to stop.
 bool streamStep(VoxoContext *context, VoxoLoopState *state) {
     if (voxoWaitInput(context->streamFd, recvBuf, sizeof recvBuf, 1) != 0) {

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr std::int32_t requestNumber1 = 99;
-constexpr int twoWayInProgress = 1;
 constexpr std::size_t replyRoom = 256;
 
 } // namespace
@@ -34,7 +33,6 @@ int voxoSendToTessel(const char *body, const char *method, std::int32_t number3,
 int voxoCheck2WayAudio() {
     char reply[replyRoom] = {};
     voxoSendToTessel("status_onlinenum_sip", "Value", 0, 1, reply, sizeof reply);
-    reply[sizeof reply - 1] = '\0';
     const int status = std::atoi(reply);
     std::printf("i2WayAudioStatus = %d\n", status);
     if (status == twoWayInProgress) {

@@ -8,8 +8,10 @@
 int voxoSendToTessel(const char *body, const char *method, std::int32_t number3, int getFlag,
                      char *reply, std::uint32_t replyRoom);
 
+constexpr int twoWayInProgress = 1;
+
 // Asks whether two-way audio is in progress; if so, stops the clip and reports it stopped. Returns
-// the status number, 1 when it is.
+// the status number, twoWayInProgress when it is.
 int voxoCheck2WayAudio();
 
 // Closes the open clip, if there is one.

@@ -147,15 +147,18 @@ void handleCodecInfo(VoxoContext *context, VoxoLoopState *state) {
                    shown(state->dwDoubleFreqRatio * lastSize));
 }
 
-// Plays the mono samples of `bytes` bytes in decodeBuf.
+// Plays the mono samples of `bytes` bytes in decodeBuf; at a ratio of 0 nothing is left of them.
 void playDecoded(const VoxoContext &context, std::uint32_t bytes, std::uint32_t ratio) {
+    if (ratio == 0) {
+        return;
+    }
     voxoDoubleToStereo(decodeBuf, bytes / sampleSize, stereoBuf);
     std::uint32_t size = 2 * bytes;
     const std::int16_t *const block = voxoMatchRate(stereoBuf, matchBuf, &size, ratio);
     // An odd payload at an odd ratio ends inside a frame; the half would shift all that follows.
     const std::uint32_t half = size % stereoFrameSize;
     size -= half;
-    if (ratio == 0 || (size == 0 && half != 0)) {
+    if (size == 0 && half != 0) {
         return;
     }
     if (audioout_write(context.audioOut.aoDevId, context.audioOut.aoChn, block,

@@ -11,8 +11,6 @@ namespace {
 constexpr const char *kSourceFile = "src/voxo_g711";
 
 constexpr std::uint32_t lawConfigHeader = 0x04000001;
-constexpr std::uint32_t lawA = 0;
-constexpr std::uint32_t lawU = 1;
 constexpr std::uint32_t initialFrameSize = 640;
 constexpr std::size_t packetLawOffset = 44;
 constexpr std::size_t packetChannelsOffset = 48;
@@ -43,11 +41,11 @@ std::int32_t createLawDecoder(G711LawDecoder **place, std::uint32_t frameSize, s
 
 // Both are tried even when the first fails, so that a decoder is as whole as it can be.
 std::int32_t createLawDecoders(G711Opt *decoder) {
-    const std::int32_t alaw = createLawDecoder(&decoder->alawDec, decoder->frameSize, lawA);
+    const std::int32_t alaw = createLawDecoder(&decoder->alawDec, decoder->frameSize, G711_LAW_A);
     if (alaw != 0) {
         std::puts("Initialize G.711a decoder fail !!");
     }
-    const std::int32_t ulaw = createLawDecoder(&decoder->ulawDec, decoder->frameSize, lawU);
+    const std::int32_t ulaw = createLawDecoder(&decoder->ulawDec, decoder->frameSize, G711_LAW_U);
     if (ulaw != 0) {
         VOXO_REPORT(LOG_WARNING, "Initialize G.711u decoder fail !!\n");
     }
