@@ -1,5 +1,7 @@
 #include "bench/tireless_driver.h"
 
+#include "mpp/code/mpi/src/mpi_vb/vb_record.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 #include "mpp/device/device.h"
 
 #include <fcntl.h>
@@ -7,32 +9,15 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstring>
-
 namespace {
-
-enum : std::uint32_t {
-    setPubAttr = 0x40245801,
-    getPubAttr = 0x80245802,
-    getReady = 0x8004581B,
-    allocBlock = 0xC04C6D0A,
-    mapBlock = 0xC04C6D14,
-};
-
-constexpr std::size_t blockSize = 65536;
-constexpr std::size_t blockAddressWord = 4;
 
 bool makesCalls = false;
 std::uint64_t commands = 0;
-std::uint32_t attributes[9];
+AIO_ATTR_S attributes;
 
 int nullDevice() {
     static const int fd = open("/dev/null", O_RDWR | O_CLOEXEC);
     return fd;
-}
-
-void putWord(void *record, std::size_t index, std::uint32_t word) {
-    std::memcpy(static_cast<char *>(record) + index * sizeof word, &word, sizeof word);
 }
 
 } // namespace
@@ -46,7 +31,7 @@ std::uint64_t driverCommands() {
 }
 
 void makeDriverCall() {
-    ioctl(nullDevice(), getReady, nullptr);
+    ioctl(nullDevice(), AO_CMD_GET_READY, nullptr);
 }
 
 int Device_Open(const char * /*path*/, int /*flags*/) {
@@ -59,21 +44,22 @@ int Device_Ioctl(int /*fd*/, std::uint32_t command, void *record) {
         makeDriverCall();
     }
     switch (command) {
-    case setPubAttr:
-        std::memcpy(attributes, record, sizeof attributes);
+    case AO_CMD_SET_PUB_ATTR:
+        attributes = *static_cast<const AIO_ATTR_S *>(record);
         break;
-    case getPubAttr:
-        std::memcpy(record, attributes, sizeof attributes);
+    case AO_CMD_GET_PUB_ATTR:
+        *static_cast<AIO_ATTR_S *>(record) = attributes;
         break;
-    case getReady:
-        putWord(record, 0, 1);
+    case AO_CMD_GET_READY:
+        *static_cast<std::uint32_t *>(record) = AO_READY;
         break;
-    case allocBlock:
-        putWord(record, 0, 0x80000000);
+    case MMZ_CMD_ALLOC:
+        static_cast<MmzBlockRecord *>(record)->phys = 0x80000000;
         break;
-    case mapBlock: {
-        const auto address = reinterpret_cast<std::uintptr_t>(Device_AllocVisible(blockSize));
-        putWord(record, blockAddressWord, static_cast<std::uint32_t>(address));
+    case MMZ_CMD_MAP: {
+        auto &block = *static_cast<MmzBlockRecord *>(record);
+        block.virt = static_cast<std::uint32_t>(
+            reinterpret_cast<std::uintptr_t>(Device_AllocVisible(block.size)));
         break;
     }
     default:
