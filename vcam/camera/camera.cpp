@@ -58,6 +58,8 @@ BoardRegisters *mapRegisters(const fs::path &path, MappedBoard::Mode mode) {
     if (create) {
         registers->layout = boardLayout;
         registers->magic = boardMagic;
+        registers->dacPid = static_cast<std::uint32_t>(getpid());
+        registers->sys.hasConfig = 1; // the video side has set the platform up
     } else if (registers->magic != boardMagic || registers->layout != boardLayout) {
         munmap(address, sizeof(BoardRegisters));
         throw CameraError(path.string() + " is no board of this kind");

@@ -65,7 +65,8 @@ class MappedBoard {
 public:
     enum class Mode { create, open };
 
-    // Throws when it cannot be had, or is no board of this kind.
+    // `create` makes a new one, whose loudspeaker is this process's. Throws when it cannot be had,
+    // or is no board of this kind.
     MappedBoard(const CameraDir &dir, Mode mode);
     MappedBoard(const MappedBoard &) = delete;
     MappedBoard &operator=(const MappedBoard &) = delete;

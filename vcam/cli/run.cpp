@@ -46,8 +46,6 @@ void setFault(BoardRegisters &registers, const std::string &fault) {
 
 void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
     registers.pace = options.deaf ? paceDropped : options.fast ? paceAsTheyCome : paceRealTime;
-    registers.dacPid = static_cast<std::uint32_t>(getpid());
-    registers.sys.hasConfig = 1; // the video side has set the platform up
     registers.sys.tuningMode = options.tuning ? 1 : 0;
     for (const std::string &fault : options.faults) {
         setFault(registers, fault);

@@ -93,7 +93,8 @@ public:
     Soak(const CameraDir &dir, const sigset_t &signals)
         : dir_(dir), signals_(signals), lock_(lockDirectory(dir)), files_(dir),
           board_(dir, MappedBoard::Mode::create), collector_(dir),
-          player_((prepare(board_.registers()), board_.board()), listener_) {
+          player_(board_.board(), listener_) {
+        board_.registers().pace = paceAsTheyCome;
         startSettings();
         daemon_.start({besideThisProgram("bin/voxo").string(), "-c", dir.configFile().string(),
                        "-p", voxoPidPath},
@@ -134,12 +135,6 @@ public:
     }
 
 private:
-    static void prepare(BoardRegisters &registers) {
-        registers.pace = paceAsTheyCome;
-        registers.dacPid = static_cast<std::uint32_t>(getpid());
-        registers.sys.hasConfig = 1;
-    }
-
     std::size_t below(std::size_t limit) { return random_() % limit; }
 
     // One stretch of stream, and one thing that happens after it.
