@@ -25,7 +25,7 @@ done
 echo "code and constants: $size bytes of $room"
 [ "$size" -gt 0 ] && [ "$size" -le "$room" ]
 
-grep -aqF '$Id: 1.0.0.1 wav 2011/09/16 19:00:00 $' "$voxo" || {
+grep -aqF 'Id: 1.0.0.1 wav 2011/09/16 19:00:00' "$voxo" || {
     echo "no ident of the WAV reader"
     exit 1
 }
