@@ -3,13 +3,6 @@
 #include "audioout/hi3516a_ao.h"
 #include "audioout/report.h"
 
-namespace {
-
-// A reset has failed and no block has been played since: it may have left the device closed.
-bool resetPending = false;
-
-} // namespace
-
 std::int32_t audioout_open(std::int32_t aoDevId, std::int32_t aoChn, std::int32_t iSamprate,
                            std::int32_t iSampfmt, std::int32_t iSamp_frmPt) {
     hi3516a_sys_init();
@@ -25,7 +18,6 @@ std::int32_t audioout_open(std::int32_t aoDevId, std::int32_t aoChn, std::int32_
         AUDIOOUT_REPORT_TEXT("hi3516a_ao_open failed");
         return -1;
     }
-    resetPending = false;
     return 0;
 }
 
@@ -36,16 +28,14 @@ std::int32_t audioout_write(std::int32_t aoDevId, std::int32_t aoChn, const void
         return -1;
     }
     if (hi3516a_ao_pcm_write(aoDevId, aoChn, block, iFrameSize) == 0) {
-        resetPending = false;
         return 0;
     }
     AUDIOOUT_REPORT_TEXT("hi3516a_ao_pcm_write failed");
-    if (hi3516a_ao_frmPt_check(aoDevId, iFrameSize) == 0 && !resetPending) {
+    if (hi3516a_ao_frmPt_check(aoDevId, iFrameSize) == 0) {
         return -1;
     }
     AUDIOOUT_REPORT_TEXT("reset hi3516a ao attribute");
-    resetPending = hi3516a_ao_pcm_reset(aoDevId, aoChn, iFrameSize) != 0;
-    if (resetPending) {
+    if (hi3516a_ao_pcm_reset(aoDevId, aoChn, iFrameSize) != 0) {
         AUDIOOUT_REPORT_TEXT("hi3516a_ao_pcm_reset failed");
     }
     return -1;

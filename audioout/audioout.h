@@ -27,8 +27,9 @@ std::int32_t audioout_open(std::int32_t aoDevId, std::int32_t aoChn, std::int32_
 // Plays a block of `iFrameSize` bytes (1 or more): interleaved samples of the opened width in the
 // processor's byte order, two channels, at most 16384 bytes a channel. May wait up to 1000 ms for
 // room in the device. A block that is not accepted is lost; when its size is not the device's frame
-// size, the device is reopened for that size, so that the next block of the size is accepted. A
-// reopening that failed is tried again with the next block.
+// size, the device is reopened for that size, so that the next block of the size is accepted. The
+// codec is then at its loudest until the volume is set again. A reopening that failed leaves the
+// device closed: blocks of its frame size are refused until audioout_open.
 std::int32_t audioout_write(std::int32_t aoDevId, std::int32_t aoChn, const void *block,
                             std::int32_t iFrameSize);
 

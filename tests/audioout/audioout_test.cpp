@@ -245,10 +245,11 @@ TEST_F(AudioOutTest, ReopensForABlockOfAnotherSize) {
                                "hi3516a_ao_pcm_reset: hi3516a_ao_open failed\n"
                                "audioout_write: hi3516a_ao_pcm_reset failed\n"))
         << text;
-    // What a reset leaves closed is opened again, even by a block of the size that is set already.
+    // What a reset leaves closed stays so until it is opened again.
     device().answerWords(0x8004581B, {1});
     device().answer(0x00005806, 0);
-    reports(write(2560), -1);
+    EXPECT_EQ(std::string::npos, reports(write(2560), -1).find("reset hi3516a ao attribute"));
+    ASSERT_EQ(0, open());
     EXPECT_EQ("", reports(write(2560), 0));
     device().answer(0x00005804, -1);
     EXPECT_EQ("hi3516a_ao_close: HI_MPI_AO_Disable failed - ErrCode(  ffffffff)\n"
