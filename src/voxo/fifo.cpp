@@ -1,5 +1,6 @@
 #include "src/voxo/fifo.h"
 
+#include "base/deadline.h"
 #include "base/unique_fd.h"
 #include "camera/message/message.h"
 #include "src/report.h"
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -20,6 +22,8 @@ namespace {
 
 constexpr mode_t fifoMode = 0777;
 constexpr std::uint32_t receiveRoom = 1024;
+constexpr std::uint32_t messageLimit = receiveRoom - 1; // a message is shorter, header and body
+constexpr int bodyPatience = 100;                       // milliseconds
 constexpr std::uint32_t shortHeader = 4;
 constexpr unsigned char lastType = 4;
 constexpr std::uint32_t itemRoom = 60;
@@ -36,17 +40,23 @@ void logReceiveError() {
     syslog(LOG_DEBUG, "Receive FIFO Cmd error!\n");
 }
 
-// Reads what is in the pipe, up to `size` bytes, and never waits. -1: nothing is there.
-ssize_t readPresent(int fd, void *buffer, std::size_t size) {
+// Reads what is in the pipe or comes into it within so many milliseconds, up to `size` bytes, in one
+// piece. -1: nothing is there.
+ssize_t readWithin(int milliseconds, int fd, void *buffer, std::size_t size) {
+    const Deadline end(milliseconds);
     pollfd watched = {fd, POLLIN, 0};
-    return poll(&watched, 1, 0) > 0 ? read(fd, buffer, size) : -1;
+    int ready = 0;
+    do {
+        ready = poll(&watched, 1, static_cast<int>(end.left()));
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0 ? read(fd, buffer, size) : -1;
 }
 
 // Takes at most `length` bytes out of the pipe, as far as they are there.
 void drain(int fd, std::uint32_t length) {
     char waste[receiveRoom];
     while (length > 0) {
-        const ssize_t count = readPresent(fd, waste, std::min<std::size_t>(length, sizeof waste));
+        const ssize_t count = readWithin(0, fd, waste, std::min<std::size_t>(length, sizeof waste));
         if (count <= 0) {
             return;
         }
@@ -116,8 +126,12 @@ int voxoInitFIFO() {
     // Read-write, so that opening does not wait for a writer and the pipe never ends when writers
     // go.
     UniqueFd fd(open(voxoFifoPath, O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    if (!fd || fd.get() >= FD_SETSIZE || !isFifo(fd.get())) {
+    const bool isOpen = fd && fd.get() < FD_SETSIZE;
+    if (!isOpen || !isFifo(fd.get())) {
         VOXO_REPORT(LOG_WARNING, "Open FIFO fail, path = %s\n", voxoFifoPath);
+        if (isOpen) {
+            VOXO_REPORT(LOG_WARNING, "%s is no FIFO\n", voxoFifoPath);
+        }
         return -1;
     }
     voxoContext.fifoFd = fd.release();
@@ -127,7 +141,7 @@ int voxoInitFIFO() {
 
 int voxoReceiveFIFOCmd(int fd) {
     unsigned char buffer[receiveRoom] = {};
-    if (readPresent(fd, buffer, shortHeader) < static_cast<ssize_t>(shortHeader)) {
+    if (readWithin(0, fd, buffer, shortHeader) < static_cast<ssize_t>(shortHeader)) {
         return -1;
     }
     if (buffer[0] < 1 || buffer[0] > lastType || buffer[1] == 0) {
@@ -142,12 +156,13 @@ int voxoReceiveFIFOCmd(int fd) {
         return -1;
     }
     const std::uint64_t rest = std::uint64_t{headerLength} - shortHeader + bodyLength;
-    if (rest >= receiveRoom - shortHeader) {
+    if (shortHeader + rest >= messageLimit) {
         logReceiveError();
         drain(fd, static_cast<std::uint32_t>(std::min<std::uint64_t>(rest, UINT32_MAX)));
         return -1;
     }
-    if (readPresent(fd, buffer + shortHeader, static_cast<std::size_t>(rest)) <= 0) {
+    const int patience = rest > 0 ? bodyPatience : 0;
+    if (readWithin(patience, fd, buffer + shortHeader, static_cast<std::size_t>(rest)) <= 0) {
         logReceiveError();
         return -1;
     }

@@ -7,6 +7,8 @@
 
 #include <unistd.h>
 
+#include <thread>
+
 namespace {
 
 std::string message(unsigned char type, const std::string &body, unsigned char header = 4) {
@@ -114,7 +116,7 @@ TEST_F(FifoTest, ReportsWhatItCannotFrame) {
         {{"\2\3\1\0", 4}, error},                    // header length 3
         {{"\2\4\5\0", 4}, error},                    // no body
         {{"\2\4\0\0", 4}, error},                    // nothing at all
-        {message(2, std::string(1020, 'x')), error}, // too long
+        {message(2, std::string(1019, 'x')), error}, // too long
         {message(2, std::string(60000, 'x')), error}};
     for (const auto &[bytes, log] : cases) {
         SCOPED_TRACE(testing::PrintToString(bytes.substr(0, 8)));
@@ -124,9 +126,9 @@ TEST_F(FifoTest, ReportsWhatItCannotFrame) {
         EXPECT_EQ(log, received.log);
         EXPECT_EQ("Get location: /good\n", outputFor(good)); // all of it was taken
     }
-    // The longest that fits with a terminator.
+    // The longest.
     const std::string path = "<m><data type='7'>" + std::string(1019 - 31, 'x') + "</data></m>";
-    EXPECT_EQ("Unknown data type: 7\n", outputFor(message(3, path + "  ")));
+    EXPECT_EQ("Unknown data type: 7\n", outputFor(message(3, path + " ")));
     // Drained never past what it declared.
     EXPECT_EQ(-1, receive(message(2, std::string(2000, 'x')) + good).result);
     EXPECT_EQ("Get location: /good\n", outputFor(""));
@@ -143,8 +145,15 @@ TEST_F(FifoTest, ReportsWhatItCannotParse) {
     }
     EXPECT_EQ(0x80000002U, Message_GetDataType(voxoContext.xmlParser, "<m>", 3));
     EXPECT_EQ(0x80000003U, Message_GetDataType(voxoContext.xmlParser, "<m/>", 4));
-    // A message cut in two: the half that came is refused, and so is what comes behind it.
+    // A header in front of its body. In other halves, what comes first is refused, and so is the
+    // rest.
     const std::string whole = location("/split");
+    std::thread writer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_LT(0, write(fifo_, whole.data() + 4, whole.size() - 4));
+    });
+    EXPECT_EQ("Get location: /split\n", outputFor(whole.substr(0, 4)));
+    writer.join();
     EXPECT_EQ(0, receive(whole.substr(0, 30)).result);
     EXPECT_EQ(-1, receive(whole.substr(30, 4)).result);
     EXPECT_EQ("Get location: /good\n", outputFor(location("/good")));
@@ -193,7 +202,8 @@ TEST_F(FifoTest, MakesTheFifoOrReusesIt) {
     close(voxoContext.fifoFd);
     std::filesystem::remove(path);
     std::ofstream(path) << "a plain file would be readable for ever";
-    EXPECT_EQ("[voxo] src/voxo:#: Open FIFO fail, path = /var/run/voxo/c0/controlfifo\n",
+    EXPECT_EQ("[voxo] src/voxo:#: Open FIFO fail, path = /var/run/voxo/c0/controlfifo\n"
+              "[voxo] src/voxo:#: /var/run/voxo/c0/controlfifo is no FIFO\n",
               outputOf([] { EXPECT_EQ(-1, voxoInitFIFO()); }));
     std::filesystem::remove_all(path.parent_path());
     EXPECT_EQ("[voxo] src/voxo:#: Make a FIFO file fail, path = /var/run/voxo/c0/controlfifo\n",
