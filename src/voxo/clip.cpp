@@ -7,16 +7,16 @@
 #include "src/voxo/stereo.h"
 #include "wav/wav.h"
 
-#include <unistd.h>
-
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 
 namespace {
 
 constexpr std::uint32_t chunkSize = 2048;
 constexpr std::uint32_t clipDoubleFreqRatio = 2; // clips are played at the output's rate
-constexpr unsigned playOutSeconds = 3;
+constexpr time_t playOutSeconds = 3;
 constexpr std::size_t pathRoom = 129;
 constexpr std::size_t statusRoom = 64;
 constexpr std::size_t replyRoom = 128;
@@ -73,8 +73,11 @@ std::uint32_t readChunk() {
 // Waits while what is queued plays out. A signal other than for the daemon's end cuts no clip
 // short.
 void waitForPlayOut() {
-    for (unsigned left = playOutSeconds; left > 0 && quitRequested == 0;) {
-        left = sleep(left);
+    timespec end = {};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += playOutSeconds;
+    while (quitRequested == 0 &&
+           clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
     }
 }
 

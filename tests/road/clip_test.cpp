@@ -103,7 +103,16 @@ TEST(Clip, SilencesTheStreamWhileItPlays) {
         sender.sendPayload(std::vector<std::uint8_t>(streamPayload, 0x80));
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
+    // Signals do not cut the play-out short, and are obeyed behind it.
+    EXPECT_TRUE(eventually([&] { return camera.outputHolds("[play to the end of the file]\n"); }));
+    const auto end = std::chrono::steady_clock::now();
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(0, camera.vcam({"set", "audioout_c0_volume", "50"}).status);
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
     EXPECT_TRUE(isReported(camera, "0"));
+    EXPECT_LT(std::chrono::milliseconds(2500), std::chrono::steady_clock::now() - end);
+    EXPECT_TRUE(eventually([&] { return camera.status("codec gain") == "46 left, 46 right"; }));
     EXPECT_EQ(audible(1, 80000), camera.heard());
 }
 
