@@ -2,6 +2,7 @@
 #pragma once
 
 #include "audioout/audioout.h"
+#include "base/deadline.h"
 #include "src/voxo_g711/voxo_g711.h"
 
 #include <expat.h>
@@ -38,7 +39,8 @@ struct VoxoLoopState {
     std::int32_t lastInputSize = 640;        // bytes of the last payload or clip chunk
     std::uint32_t dwVoxoOutSample = 8000;    // Hz, current rate of the stream
     std::uint32_t dwDoubleFreqRatio = 2;     // stream rate to output rate, times 2
-    std::uint32_t droppedRecords = 0;        // in the current run of records outside the limits
+    std::uint32_t droppedRecords = 0;        // records outside the limits, not yet reported
+    Deadline nextDropReport{0};              // until then more of them are only counted
 };
 
 constexpr std::uint32_t voxoBufferSize = 16000;

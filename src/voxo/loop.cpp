@@ -49,6 +49,7 @@ void voxoMainLoop(VoxoContext *context) {
             reloadVolume = 0;
             voxoSetVolume(context);
         }
+        voxoReportDroppedWhenDue(&state);
         const bool playsClip = clipStart == 1 && voxoCheck2WayAudio() != twoWayInProgress;
         if (quitRequested != 0) {
             break; // asked for during the question; a step of the clip would only ask the next one
@@ -59,5 +60,5 @@ void voxoMainLoop(VoxoContext *context) {
             break;
         }
     }
-    voxoEndDroppedRun(&state);
+    voxoReportDropped(&state);
 }

@@ -33,6 +33,8 @@ constexpr std::uint32_t aacRateWord = 48;
 constexpr std::uint32_t amrRateWord = 44;
 constexpr std::uint32_t g711FlagWord = 60;
 
+constexpr std::int64_t dropReportInterval = 60'000; // milliseconds
+
 constexpr std::uint32_t outputRate = 8000;
 constexpr std::uint32_t sampleSize = sizeof(std::int16_t);
 constexpr std::uint32_t stereoFrameSize = 2 * sampleSize;
@@ -96,14 +98,6 @@ bool isWithinLimits(const VoxoContext &context, const VoxoLoopState &state, Payl
                            payload);
     default:
         return true;
-    }
-}
-
-// A run of records outside the limits is told once, and how long it was when it ends: with the next
-// record that is handled, since those of unknown types leave no trace.
-void countDropped(VoxoLoopState *state) {
-    if (state->droppedRecords++ == 0) {
-        VOXO_REPORT(LOG_WARNING, "Stream record out of limits, dropped\n");
     }
 }
 
@@ -186,27 +180,34 @@ RecordResult handleAudio(VoxoContext *context, VoxoLoopState *state, const Paylo
 
 } // namespace
 
-void voxoEndDroppedRun(VoxoLoopState *state) {
-    if (state->droppedRecords > 1) {
+void voxoReportDropped(VoxoLoopState *state) {
+    if (state->droppedRecords == 1) {
+        VOXO_REPORT(LOG_WARNING, "Stream record out of limits, dropped\n");
+    } else if (state->droppedRecords > 1) {
         VOXO_REPORT(LOG_WARNING, "%u stream records out of limits, dropped\n",
                     state->droppedRecords);
     }
     state->droppedRecords = 0;
+    state->nextDropReport = Deadline(dropReportInterval);
+}
+
+void voxoReportDroppedWhenDue(VoxoLoopState *state) {
+    if (state->droppedRecords > 0 && state->nextDropReport.hasPassed()) {
+        voxoReportDropped(state);
+    }
 }
 
 RecordResult voxoHandleRecord(VoxoContext *context, VoxoLoopState *state) {
     Payload payload = {};
     if (!isWithinLimits(*context, *state, &payload)) {
-        countDropped(state);
+        ++state->droppedRecords;
         return RecordResult::goOn;
     }
     switch (wordAt(typeWord)) {
     case recordCodecInfo:
-        voxoEndDroppedRun(state);
         handleCodecInfo(context, state);
         return RecordResult::goOn;
     case recordG711:
-        voxoEndDroppedRun(state);
         return handleAudio(context, state, payload);
     default:
         return RecordResult::goOn;

@@ -17,6 +17,9 @@ enum class RecordResult { goOn, stopDaemon };
 // be set up for the record.
 RecordResult voxoHandleRecord(VoxoContext *context, VoxoLoopState *state);
 
-// Tells how many records were dropped in the run of records outside the limits that ends here, if
-// there was more than the one that was told at once.
-void voxoEndDroppedRun(VoxoLoopState *state);
+// Reports the records that were dropped since the last report, if there are any: the first at once,
+// then at most once a minute, however many come, and with good ones between them.
+void voxoReportDroppedWhenDue(VoxoLoopState *state);
+
+// Reports them now.
+void voxoReportDropped(VoxoLoopState *state);
