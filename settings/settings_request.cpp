@@ -1,5 +1,6 @@
 #include "settings/settings_request.h"
 
+#include "base/deadline.h"
 #include "base/unique_fd.h"
 
 #include <sys/socket.h>
@@ -17,7 +18,7 @@ constexpr char socketPath[] = "/tmp/tessel";
 constexpr std::size_t textRoom = 8192;
 constexpr std::size_t textLimit = textRoom - 1; // with the terminator: 8190 characters are sent
 constexpr std::size_t pieceRoom = 1024;
-constexpr time_t timeoutSeconds = 10;
+constexpr std::int64_t patience = 10'000; // milliseconds
 
 bool isAcceptable(const SETTINGS_REQUEST &request) {
     return request.method[0] != '\0' && request.body != nullptr &&
@@ -51,10 +52,28 @@ void formatText(const SETTINGS_REQUEST &request, char (&text)[textRoom]) {
     }
 }
 
-bool limitWait(int fd, int option) {
+// Lets the socket wait so many milliseconds for what `option` names.
+bool limitWait(int fd, int option, std::int64_t milliseconds) {
     timeval timeout = {};
-    timeout.tv_sec = timeoutSeconds;
+    timeout.tv_sec = static_cast<time_t>(milliseconds / 1000);
+    timeout.tv_usec = static_cast<suseconds_t>(milliseconds % 1000 * 1000);
     return setsockopt(fd, SOL_SOCKET, option, &timeout, sizeof timeout) == 0;
+}
+
+// Makes a call that waits for the daemon, and makes it again when a signal has ended it, until
+// there is no patience left. A daemon that hangs with a full queue of callers would hold it for
+// ever; without the limit it works as well, so that a refusal is no matter.
+template <typename Call>
+ssize_t waitOut(int fd, Call call) {
+    const Deadline end(patience);
+    std::int64_t left = patience;
+    ssize_t result = 0;
+    do {
+        limitWait(fd, SO_SNDTIMEO, left);
+        result = call();
+        left = end.left();
+    } while (result < 0 && errno == EINTR && left > 0);
+    return result;
 }
 
 UniqueFd connectToDaemon() {
@@ -63,16 +82,16 @@ UniqueFd connectToDaemon() {
         std::printf("cannot create socket (%d).%s\n", errno, std::strerror(errno));
         return fd;
     }
-    // A daemon that hangs with a full queue of callers would hold this one for ever; without the
-    // limit the call works as well, so a refusal is no matter.
-    limitWait(fd.get(), SO_SNDTIMEO);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     static_assert(sizeof socketPath <= sizeof address.sun_path);
     std::memcpy(address.sun_path, socketPath, sizeof socketPath);
     const auto length =
         static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + sizeof socketPath - 1);
-    if (connect(fd.get(), reinterpret_cast<const sockaddr *>(&address), length) != 0) {
+    const ssize_t result = waitOut(fd.get(), [&] {
+        return connect(fd.get(), reinterpret_cast<const sockaddr *>(&address), length);
+    });
+    if (result != 0) {
         std::printf("connect failed!");
         fd.reset();
     }
@@ -83,7 +102,7 @@ UniqueFd connectToDaemon() {
 // write().
 void sendText(int fd, const char *text) {
     const std::size_t length = std::strlen(text);
-    const ssize_t sent = send(fd, text, length, MSG_NOSIGNAL);
+    const ssize_t sent = waitOut(fd, [&] { return send(fd, text, length, MSG_NOSIGNAL); });
     if (sent != static_cast<ssize_t>(length)) {
         std::printf("write socket %d byte, but return %d\n", static_cast<int>(length),
                     static_cast<int>(sent));
@@ -136,7 +155,7 @@ std::int32_t settings_request(const SETTINGS_REQUEST *request, char *reply, std:
         return -1;
     }
     sendText(fd.get(), text);
-    if (!limitWait(fd.get(), SO_RCVTIMEO)) {
+    if (!limitWait(fd.get(), SO_RCVTIMEO, patience)) {
         std::printf("Socket option SO_RCVTIMEO not support");
         return -1;
     }

@@ -25,8 +25,8 @@ struct SETTINGS_REQUEST {
     std::int32_t number3;
 };
 
-// Sends `request` to the daemon at "/tmp/tessel". Connecting and sending, and each read of the
-// reply, wait at most 10 seconds.
+// Sends `request` to the daemon at "/tmp/tessel". Connecting, sending and each read of the reply
+// wait at most 10 seconds; a signal ends only a read.
 //
 // With a reply buffer of `room` bytes, one read is made: success means that its text, terminated,
 // is in the buffer; a reply of `room` bytes or more is a failure. Without one (null), the reply is

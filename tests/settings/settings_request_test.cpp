@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstring>
 
 namespace {
@@ -83,6 +84,42 @@ TEST_F(RequestTest, GivesASilentDaemonUp) {
         EXPECT_EQ("Read timeout (11). Resource temporarily unavailable\n",
                   outputOf([&] { EXPECT_EQ(-1, settings_request(&request_, buffer, 64)); }));
     }
+}
+
+// A daemon that is busy, with a full queue, while signals come.
+TEST_F(RequestTest, IsNotCutShortBySignals) {
+    std::atomic<bool> isBusy = false;
+    std::atomic<bool> isReady = false;
+    const FakeTessel tessel(dir_.path(), [&](FakeTessel &self, int fd) {
+        isBusy = true;
+        while (!isReady) {
+            usleep(1000);
+        }
+        self.receive(fd);
+        self.reply(fd, "ready");
+    });
+    const sockaddr_un address = {AF_UNIX, "/tmp/tessel"};
+    std::vector<UniqueFd> queue;
+    for (bool isFull = false; !isFull;) {
+        queue.emplace_back(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0));
+        isFull = connect(queue.back().get(), reinterpret_cast<const sockaddr *>(&address),
+                         sizeof address) != 0;
+        while (!isBusy) {
+            usleep(1000);
+        }
+    }
+    std::signal(SIGUSR2, [](int) {});
+    std::thread disturber([&, caller = pthread_self()] {
+        for (int i = 0; i < 10; ++i) {
+            usleep(2000);
+            pthread_kill(caller, SIGUSR2);
+        }
+        queue.clear();
+        isReady = true;
+    });
+    EXPECT_EQ("", outputOf([&] { EXPECT_EQ(0, settings_request(&request_, reply_, 64)); }));
+    EXPECT_STREQ("ready", reply_);
+    disturber.join();
 }
 
 // No signal, no hang, no descriptor left, whenever the daemon goes.
