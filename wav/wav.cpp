@@ -27,9 +27,15 @@ void freeFile(WAV_FILE *wav) {
     std::free(wav);
 }
 
+// Whether the file can be a clip. The others are left alone: reading from a device may take from it
+// what another process waits for, and some do something when they are merely opened.
+bool isClip(const struct stat &status) {
+    return S_ISREG(status.st_mode) && status.st_size > 0;
+}
+
 bool openNamed(WAV_FILE *wav) {
-    // Without O_NONBLOCK a path that names a pipe would hold the caller until a writer comes, and
-    // without O_NOCTTY one that names a terminal could make it the daemon's.
+    // Whatever has come to the path since it was looked at keeps nobody waiting, and no terminal
+    // becomes the daemon's.
     wav->descriptor = open(wav->name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (wav->descriptor < 0) {
         std::printf("[wav] : Open %s fail.\n", wav->name);
@@ -40,19 +46,22 @@ bool openNamed(WAV_FILE *wav) {
 
 bool parseOpened(WAV_FILE *wav) {
     struct stat status = {};
-    if (fstat(wav->descriptor, &status) == 0) {
-        wav->fileSize = static_cast<std::int32_t>(status.st_size);
-        wav->littleEndian = std::endian::native == std::endian::little ? 1 : 0;
-        if (wavParse(wav, static_cast<std::uint64_t>(status.st_size)) == 0) {
-            return true;
-        }
+    if (fstat(wav->descriptor, &status) != 0 || !isClip(status)) {
+        return false;
     }
-    std::printf("[wav] : Parse %s fail.\n", wav->name);
-    return false;
+    wav->fileSize = static_cast<std::int32_t>(status.st_size);
+    wav->littleEndian = std::endian::native == std::endian::little ? 1 : 0;
+    return wavParse(wav, static_cast<std::uint64_t>(status.st_size)) == 0;
 }
 
 bool openWav(WAV_FILE *wav) {
-    if (!openNamed(wav) || !parseOpened(wav)) {
+    struct stat status = {};
+    const bool isLeftAlone = stat(wav->name, &status) == 0 && !isClip(status);
+    if (!isLeftAlone && !openNamed(wav)) {
+        return false;
+    }
+    if (isLeftAlone || !parseOpened(wav)) {
+        std::printf("[wav] : Parse %s fail.\n", wav->name);
         return false;
     }
     if (wav->bitsPerSample != samplesAccepted) {

@@ -1,10 +1,12 @@
 #include "wav/wav.h"
 
+#include "base/unique_fd.h"
 #include "tests/support/captured.h"
 #include "tests/wav/wav_bytes.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
@@ -52,14 +54,18 @@ TEST(WavReader, RefusesWithTheRightWords) {
     for (const auto &[bytes, line] : refusals) {
         expectRefused(bytes, line);
     }
-    // What is no file of samples must not hold the caller either.
+    // What is no file of samples is left as it is.
     WAV_FILE *handle = nullptr;
     EXPECT_EQ("[wav] : Parse /tmp fail.\n",
               outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, "/tmp")); }));
     const TemporaryDirectory dir;
     const std::string pipe = dir.path() / "pipe";
     ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    const UniqueFd fd(open(pipe.c_str(), O_RDWR));
+    EXPECT_EQ(4, write(fd.get(), "RIFF", 4));
     outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, pipe.c_str())); });
+    char left[8];
+    EXPECT_EQ(4, read(fd.get(), left, sizeof left));
     const std::string path(200, 'x'); // is cut at its room
     EXPECT_EQ("[wav] : Open " + path.substr(0, 129) + " fail.\n",
               outputOf([&] { EXPECT_EQ(-1, WAV_Initial(&handle, path.c_str())); }));
