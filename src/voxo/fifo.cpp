@@ -40,8 +40,8 @@ void logReceiveError() {
     syslog(LOG_DEBUG, "Receive FIFO Cmd error!\n");
 }
 
-// Reads what is in the pipe or comes into it within so many milliseconds, up to `size` bytes, in one
-// piece. -1: nothing is there.
+// Reads what is in the pipe or comes into it within so many milliseconds, up to `size` bytes, in
+// one piece. -1: nothing is there.
 ssize_t readWithin(int milliseconds, int fd, void *buffer, std::size_t size) {
     const Deadline end(milliseconds);
     pollfd watched = {fd, POLLIN, 0};

@@ -18,6 +18,9 @@ constexpr std::size_t replyRoom = 256;
 
 int voxoSendToTessel(const char *body, const char *method, std::int32_t number3, int getFlag,
                      char *reply, std::uint32_t room) {
+    if (quitRequested != 0) {
+        return 0; // each request to a daemon that hangs would keep the end waiting
+    }
     SETTINGS_REQUEST request = {};
     request.kind = getFlag == 0 ? SETTINGS_KIND_SET : SETTINGS_KIND_GET;
     std::memcpy(request.method, method, strnlen(method, sizeof request.method - 1));

@@ -4,7 +4,8 @@
 #include <cstdint>
 
 // Sends one request to the settings daemon: a set, or, with `getFlag` not 0, a get. The reply goes
-// into `reply` of `replyRoom` bytes; whether there is one is not told. Returns 0.
+// into `reply` of `replyRoom` bytes, which the caller has filled with zeros; whether there is one is
+// not told. Once the daemon's end is asked for, nothing is sent any more. Returns 0.
 int voxoSendToTessel(const char *body, const char *method, std::int32_t number3, int getFlag,
                      char *reply, std::uint32_t replyRoom);
 

@@ -30,6 +30,7 @@ protected:
         voxoContext.audioOut = {0, 0, 8000, 16, 640};
         clipStart = 0;
         clipOpen = 0;
+        quitRequested = 0;
         const Captured quiet;
         G711Dec_GetOps(&voxoContext.decoder);
         EXPECT_EQ(0, audioout_open(0, 0, 8000, 16, 640));

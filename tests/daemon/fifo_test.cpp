@@ -81,6 +81,9 @@ TEST_F(FifoTest, ObeysControlMessages) {
     EXPECT_EQ(1U, device().callsOf(0x0000580C).size()); // the output is cleared
     EXPECT_EQ((std::vector<std::string>{"set NameValue 99 0 0\nstatus_audioclip_playing=0"}),
               tessel.requests());
+    quitRequested = 1; // nobody is told of a stop any more
+    outputFor(control(start + stop));
+    EXPECT_EQ(1U, tessel.requests().size());
     // More entries than there is room for.
     std::string entries;
     std::string expected = "Get control message!!\n";
