@@ -41,16 +41,24 @@ bool prepare(VoxoContext *context) {
     return true;
 }
 
+constexpr int obeyedSignals[] = {SIGTERM, SIGINT, SIGHUP};
+
 void installSignals() {
-    std::signal(SIGTERM, voxoSignalHandler);
-    std::signal(SIGINT, voxoSignalHandler);
-    std::signal(SIGHUP, voxoSignalHandler);
+    for (const int signal : obeyedSignals) {
+        std::signal(signal, voxoSignalHandler);
+    }
 }
 
-// Signals that must not end the daemon, from its first action on.
-void ignoreSignals() {
+// Signals as the daemon needs them from its first action on, whatever its parent made of them.
+void prepareSignals() {
     std::signal(SIGPIPE, SIG_IGN); // whoever reads the output may go; the sound goes on
     std::signal(SIGUSR1, SIG_IGN); // a stale PID file may make this process the encoder
+    sigset_t obeyed;
+    sigemptyset(&obeyed);
+    for (const int signal : obeyedSignals) {
+        sigaddset(&obeyed, signal);
+    }
+    sigprocmask(SIG_UNBLOCK, &obeyed, nullptr);
 }
 
 bool isWhole(const DecoderOps &decoder) {
@@ -93,7 +101,7 @@ bool start(VoxoContext *context, int daemonFlag) {
 
 int voxoRun(int argc, char **argv) {
     voxoContext = {};
-    ignoreSignals();
+    prepareSignals();
     voxoHoldStandardStreams();
     // Whoever watches the output through a pipe or a file sees each line as it comes.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);

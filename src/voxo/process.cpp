@@ -8,8 +8,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -40,6 +42,23 @@ pid_t readPid(const char *path) {
     return pid;
 }
 
+// Writes this process's id; false when it does not reach the file, which then goes, with errno as
+// the failure left it.
+bool writePid(UniqueFile file) {
+    if (std::fprintf(file.get(), "%d\n", getpid()) > 0 && std::fflush(file.get()) == 0) {
+        fchmod(fileno(file.get()), pidFileMode);
+        return true;
+    }
+    const int error = errno;
+    struct stat status = {};
+    if (fstat(fileno(file.get()), &status) == 0 && S_ISREG(status.st_mode)) {
+        std::remove(pidFilePath);
+    }
+    file.reset();
+    errno = error;
+    return false;
+}
+
 } // namespace
 
 void voxoHoldStandardStreams() {
@@ -56,13 +75,8 @@ int voxoCreatePidFile() {
     if (pidFilePath[0] == '\0') {
         return 0;
     }
-    const UniqueFile file = openReported(pidFilePath, "w");
-    if (file == nullptr) {
-        return -1;
-    }
-    std::fprintf(file.get(), "%d\n", getpid());
-    fchmod(fileno(file.get()), pidFileMode);
-    return 0;
+    UniqueFile file = openReported(pidFilePath, "w");
+    return file != nullptr && writePid(std::move(file)) ? 0 : -1;
 }
 
 void voxoNotifyEncoder(const char *path) {

@@ -27,7 +27,6 @@ protected:
         fcntl(sockets[0], F_SETFL, O_NONBLOCK);
         voxoContext.streamFd = sockets[0];
         sender_.reset(sockets[1]);
-        quitRequested = 0;
     }
     ~LoopTest() override { close(voxoContext.streamFd); }
 
@@ -104,6 +103,10 @@ TEST_F(ProcessTest, OwnsItsPidFileWhileItHoldsItsId) {
     std::strcpy(pidFilePath, "/no/such/dir/pid");
     EXPECT_EQ("can't open /no/such/dir/pid\n",
               errorsOf([] { EXPECT_EQ(-1, voxoCreatePidFile()); }));
+    std::strcpy(pidFilePath, "/dev/full");
+    EXPECT_EQ(-1, voxoCreatePidFile());
+    EXPECT_EQ(ENOSPC, errno);
+    EXPECT_TRUE(std::filesystem::exists(pidFilePath)); // not the daemon's to remove
 }
 
 volatile std::sig_atomic_t signals;

@@ -1,11 +1,13 @@
 #include "src/voxo/options.h"
 
 #include "src/voxo/context.h"
+#include "src/voxo/daemon.h"
 #include "tests/support/captured.h"
 #include "vcam/cli/environment.h"
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -65,6 +67,18 @@ TEST(Options, RefuseTheRest) {
         EXPECT_EQ(-1, parsed.result);
         EXPECT_EQ(refusal.errors, parsed.errors);
     }
+}
+
+TEST(Options, EndTheDaemonWhenTheyAreWrong) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigprocmask(SIG_BLOCK, &signals, nullptr); // as a parent may leave it
+    char name[] = "voxo";
+    char *argv[] = {name, nullptr};
+    EXPECT_EQ(std::string(voxoUsage) + "\n", outputOf([&] { EXPECT_EQ(1, voxoRun(1, argv)); }));
+    sigprocmask(SIG_BLOCK, nullptr, &signals);
+    EXPECT_EQ(0, sigismember(&signals, SIGTERM));
 }
 
 } // namespace
