@@ -6,6 +6,7 @@
 #include "src/voxo/context.h"
 #include "src/voxo/input.h"
 #include "src/voxo/stream.h"
+#include "src/voxo/stream_record.h"
 
 #include <benchmark/benchmark.h>
 
@@ -18,20 +19,18 @@
 
 namespace {
 
-constexpr std::uint32_t headerSize = 44;
 constexpr std::uint32_t payloadSize = 640;
 constexpr std::int64_t manyRecords = 10'000'000;
 
 struct StreamRecord {
-    std::uint8_t bytes[headerSize + payloadSize];
+    std::uint8_t bytes[recordBody + payloadSize];
 
     StreamRecord() {
-        const std::uint32_t size = sizeof bytes;
         std::memset(bytes, 0, sizeof bytes);
-        std::memcpy(bytes, &size, sizeof size);
-        std::memcpy(bytes + 4, "G711", 4);
+        setRecordWord(bytes, recordSizeWord, sizeof bytes);
+        setRecordWord(bytes, recordTypeWord, codeG711);
         for (std::uint32_t i = 0; i < payloadSize; ++i) {
-            bytes[headerSize + i] = static_cast<std::uint8_t>(i * 37);
+            bytes[recordBody + i] = static_cast<std::uint8_t>(i * 37);
         }
     }
 };

@@ -1,37 +1,14 @@
-// What becomes of each stream record.
-//
-// A record is one datagram: a header of 44 bytes - its size with the header (byte 0), its type (4),
-// in codec information the codec (8), in audio the number of further header bytes (40) - and its
-// body. All words have 32 bits and are little-endian.
 #include "src/voxo/stream.h"
 
 #include "audioout/audioout.h"
 #include "src/report.h"
 #include "src/voxo/match_rate.h"
 #include "src/voxo/stereo.h"
+#include "src/voxo/stream_record.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace {
-
-constexpr std::uint32_t recordCodecInfo = fourCharacterCode('C', 'O', 'N', 'F');
-constexpr std::uint32_t recordG711 = codeG711;
-constexpr std::uint32_t codecAac = fourCharacterCode('A', 'A', 'C', '4');
-constexpr std::uint32_t codecAmr = fourCharacterCode('G', 'A', 'M', 'R');
-constexpr std::uint32_t codecG726 = fourCharacterCode('G', '7', '2', '6');
-
-// Byte offsets in a record.
-constexpr std::uint32_t sizeWord = 0;
-constexpr std::uint32_t typeWord = 4;
-constexpr std::uint32_t codecWord = 8;
-constexpr std::uint32_t extraWord = 40;
-constexpr std::uint32_t bodyOffset = 44;
-constexpr std::uint32_t aacChannelsWord = 44;
-constexpr std::uint32_t aacRateWord = 48;
-constexpr std::uint32_t amrRateWord = 44;
-constexpr std::uint32_t g711FlagWord = 60;
 
 constexpr std::int64_t dropReportInterval = 60'000; // milliseconds
 
@@ -40,9 +17,7 @@ constexpr std::uint32_t sampleSize = sizeof(std::int16_t);
 constexpr std::uint32_t stereoFrameSize = 2 * sampleSize;
 
 std::uint32_t wordAt(std::uint32_t offset) {
-    std::uint32_t word = 0;
-    std::memcpy(&word, recvBuf + offset, sizeof word);
-    return word;
+    return recordWord(recvBuf, offset);
 }
 
 int shown(std::uint32_t number) {
@@ -53,13 +28,13 @@ int shown(std::uint32_t number) {
 std::uint32_t codecInfoSize(std::uint32_t codec) {
     switch (codec) {
     case codeG711:
-        return g711FlagWord + sizeof(std::uint32_t);
-    case codecAac:
+        return g711ConfSize;
+    case codeAac:
         return aacRateWord + sizeof(std::uint32_t);
-    case codecAmr:
+    case codeAmr:
         return amrRateWord + sizeof(std::uint32_t);
     default:
-        return bodyOffset;
+        return recordBody;
     }
 }
 
@@ -72,13 +47,13 @@ struct Payload {
 // Finds the payload. False: it does not lie within what was received, or does not fit the buffers
 // at the current ratio. `frameSize` is what the decoder reads for an empty payload.
 bool findPayload(std::uint32_t ratio, std::uint32_t frameSize, Payload *payload) {
-    const std::int64_t size = static_cast<std::int32_t>(wordAt(sizeWord));
-    const std::int64_t extra = static_cast<std::int32_t>(wordAt(extraWord));
-    const std::int64_t length = size - bodyOffset - extra;
+    const std::int64_t size = static_cast<std::int32_t>(wordAt(recordSizeWord));
+    const std::int64_t extra = static_cast<std::int32_t>(wordAt(recordExtraWord));
+    const std::int64_t length = size - recordBody - extra;
     if (extra < 0 || length < 0 || size > recvLength) {
         return false;
     }
-    *payload = {static_cast<std::uint32_t>(bodyOffset + extra), static_cast<std::uint32_t>(length)};
+    *payload = {static_cast<std::uint32_t>(recordBody + extra), static_cast<std::uint32_t>(length)};
     const std::uint32_t decoded = payload->length == 0 ? frameSize : payload->length;
     const std::uint64_t stereoSize = std::uint64_t{payload->length} * stereoFrameSize;
     return payload->offset + decoded <= sizeof recvBuf && stereoSize <= sizeof stereoBuf &&
@@ -87,13 +62,13 @@ bool findPayload(std::uint32_t ratio, std::uint32_t frameSize, Payload *payload)
 
 // Whether the record may be handled; *payload is set for audio.
 bool isWithinLimits(const VoxoContext &context, const VoxoLoopState &state, Payload *payload) {
-    if (recvLength < bodyOffset) {
+    if (recvLength < recordBody) {
         return false;
     }
-    switch (wordAt(typeWord)) {
-    case recordCodecInfo:
-        return recvLength >= codecInfoSize(wordAt(codecWord));
-    case recordG711:
+    switch (wordAt(recordTypeWord)) {
+    case codeConf:
+        return recvLength >= codecInfoSize(wordAt(recordCodecWord));
+    case codeG711:
         return findPayload(state.dwDoubleFreqRatio, context.decoder.codecDesc->handle->frameSize,
                            payload);
     default:
@@ -104,7 +79,7 @@ bool isWithinLimits(const VoxoContext &context, const VoxoLoopState &state, Payl
 // Takes the rate, or for G.711 the law, from codec information.
 void takeCodec(VoxoContext *context, VoxoLoopState *state) {
     DecoderOps &decoder = context->decoder;
-    switch (wordAt(codecWord)) {
+    switch (wordAt(recordCodecWord)) {
     case codeG711:
         if (wordAt(g711FlagWord) == 0) {
             state->dwVoxoOutSample = outputRate;
@@ -112,16 +87,16 @@ void takeCodec(VoxoContext *context, VoxoLoopState *state) {
             decoder.setCodecInfo(decoder.codecDesc->handle, recvBuf);
         }
         break;
-    case codecAac:
+    case codeAac:
         state->dwVoxoOutSample = wordAt(aacRateWord);
         VOXO_REPORT(LOG_DEBUG, "CI of AAC4 Sample Rate:%d Channel Num:%d\n",
                     shown(state->dwVoxoOutSample), shown(wordAt(aacChannelsWord)));
         break;
-    case codecAmr:
+    case codeAmr:
         state->dwVoxoOutSample = wordAt(amrRateWord);
         VOXO_REPORT(LOG_DEBUG, "CI of AMR Sample Rate:%d\n", shown(state->dwVoxoOutSample));
         break;
-    case codecG726:
+    case codeG726:
         state->dwVoxoOutSample = outputRate;
         break;
     default:
@@ -203,11 +178,11 @@ RecordResult voxoHandleRecord(VoxoContext *context, VoxoLoopState *state) {
         ++state->droppedRecords;
         return RecordResult::goOn;
     }
-    switch (wordAt(typeWord)) {
-    case recordCodecInfo:
+    switch (wordAt(recordTypeWord)) {
+    case codeConf:
         handleCodecInfo(context, state);
         return RecordResult::goOn;
-    case recordG711:
+    case codeG711:
         return handleAudio(context, state, payload);
     default:
         return RecordResult::goOn;

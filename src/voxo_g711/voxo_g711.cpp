@@ -4,7 +4,6 @@
 #include "src/report.h"
 
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
@@ -12,8 +11,6 @@ constexpr const char *kSourceFile = "src/voxo_g711";
 
 constexpr std::uint32_t lawConfigHeader = 0x04000001;
 constexpr std::uint32_t initialFrameSize = 640;
-constexpr std::size_t packetLawOffset = 44;
-constexpr std::size_t packetChannelsOffset = 48;
 
 CodecDesc description;
 
@@ -89,9 +86,8 @@ std::int32_t G711Dec_Release(G711Opt **slot) {
 }
 
 std::int32_t G711Dec_SetCodecInfo(G711Opt *decoder, const void *packet) {
-    const auto *const bytes = static_cast<const unsigned char *>(packet);
-    std::memcpy(&decoder->mode, bytes + packetLawOffset, sizeof decoder->mode);
-    std::memcpy(&decoder->channels, bytes + packetChannelsOffset, sizeof decoder->channels);
+    decoder->mode = recordWord(packet, g711LawWord);
+    decoder->channels = recordWord(packet, g711ChannelsWord);
     VOXO_REPORT(LOG_DEBUG, "Recv CI of G.711 with %d law, %d channel\n",
                 static_cast<int>(decoder->mode), static_cast<int>(decoder->channels));
     return 0;

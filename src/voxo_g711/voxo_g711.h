@@ -9,21 +9,11 @@
 // progress are reported on standard output and to the system log.
 #pragma once
 
+#include "src/voxo/stream_record.h"
+
 #include <cstdint>
 
 struct G711LawDecoder;
-
-// Four-character codes: four ASCII bytes in text order, compared as a little-endian word.
-constexpr std::uint32_t fourCharacterCode(char a, char b, char c, char d) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(a)) |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(b)) << 8 |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(c)) << 16 |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(d)) << 24;
-}
-
-constexpr std::uint32_t codeG711 = fourCharacterCode('G', '7', '1', '1');
-constexpr std::uint32_t codeUlaw = fourCharacterCode('U', 'L', 'A', 'W');
-constexpr std::uint32_t codeAlaw = fourCharacterCode('A', 'L', 'A', 'W');
 
 // The decoder instance: made by `init`, freed by `release`. Both law decoders exist, with the
 // current frame size, after a successful init, reset or size-changing setIO.
@@ -61,9 +51,8 @@ struct DecoderOps {
     // Frees the decoder in the slot and clears the slot; -1 when the slot is empty.
     std::int32_t (*release)(G711Opt **slot);
 
-    // Takes the law (word at byte 44) and the channel count (word at byte 48) from a received
-    // codec-information packet of at least 52 bytes; it may lie at any address. Neither is
-    // validated. Returns 0.
+    // Takes the law and the channel count from a codec-information record for G.711, which may lie
+    // at any address. Neither is validated. Returns 0.
     std::int32_t (*setCodecInfo)(G711Opt *decoder, const void *packet);
 
     // The channel count of the last codec information.

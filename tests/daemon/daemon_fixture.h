@@ -80,37 +80,39 @@ private:
 // Stream records.
 using Record = std::vector<std::uint8_t>;
 
-inline void putWord(Record &record, std::size_t offset, std::uint32_t word) {
-    std::memcpy(record.data() + offset, &word, sizeof word);
+inline void putWord(Record &record, std::uint32_t offset, std::uint32_t word) {
+    setRecordWord(record.data(), offset, word);
 }
 
-inline Record newRecord(const char *type, std::size_t size) {
+inline std::uint32_t codeOf(const char *text) {
+    return fourCharacterCode(text[0], text[1], text[2], text[3]);
+}
+
+inline Record newRecord(const char *type, std::uint32_t size) {
     Record record(size);
-    putWord(record, 0, static_cast<std::uint32_t>(size));
-    std::memcpy(record.data() + 4, type, 4);
+    putWord(record, recordSizeWord, size);
+    putWord(record, recordTypeWord, codeOf(type));
     return record;
 }
 
 inline Record audioRecord(const std::vector<std::uint8_t> &payload, std::uint32_t extra = 0) {
-    Record record = newRecord("G711", 44 + extra);
+    Record record = newRecord("G711", recordBody + extra);
     record.insert(record.end(), payload.begin(), payload.end());
-    putWord(record, 0, static_cast<std::uint32_t>(record.size()));
-    putWord(record, 40, extra);
+    putWord(record, recordSizeWord, static_cast<std::uint32_t>(record.size()));
+    putWord(record, recordExtraWord, extra);
     return record;
 }
 
 inline Record codecInfo(const char *codec, std::uint32_t word44, std::uint32_t word48,
                         std::uint32_t flag = 0) {
-    Record record = newRecord("CONF", 64);
-    std::memcpy(record.data() + 8, codec, 4);
-    putWord(record, 44, word44);
-    putWord(record, 48, word48);
-    putWord(record, 60, flag);
+    Record record = newRecord("CONF", g711ConfSize);
+    putWord(record, recordCodecWord, codeOf(codec));
+    putWord(record, g711LawWord, word44);
+    putWord(record, g711ChannelsWord, word48);
+    putWord(record, g711FlagWord, flag);
     return record;
 }
 
 inline Record lawInfo(const char *law) {
-    std::uint32_t code = 0;
-    std::memcpy(&code, law, 4);
-    return codecInfo("G711", code, 1, 1);
+    return codecInfo("G711", codeOf(law), 1, 1);
 }

@@ -22,10 +22,6 @@ public:
     std::vector<std::int16_t> played; // one of each pair of equal samples
 
 private:
-    static std::uint32_t codeOf(const char *text) {
-        return fourCharacterCode(text[0], text[1], text[2], text[3]);
-    }
-
     // The samples of all 256 law bytes.
     static Samples allOf(Law law) {
         std::vector<std::uint8_t> bytes(256);

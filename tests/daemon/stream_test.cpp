@@ -57,7 +57,7 @@ TEST_F(StreamTest, FollowsCodecInformation) {
 }
 
 TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
-    const auto altered = [&](std::size_t offset, std::uint32_t word) {
+    const auto altered = [&](std::uint32_t offset, std::uint32_t word) {
         Record record = audioRecord(payload_);
         putWord(record, offset, word);
         return record;
@@ -66,14 +66,14 @@ TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
     torn.pop_back();
     const Record hostile[] = {Record(1),
                               torn,
-                              altered(0, 43),
-                              altered(0, 685), // more than was received
-                              altered(0, 0x7FFFFFFF),
-                              altered(0, 0x80000000),
-                              altered(40, 641),
-                              altered(40, 0x7FFFFFFF),
-                              altered(40, 0x80000000),
-                              altered(40, 0xFFFFFFFF), // would make the payload longer
+                              altered(recordSizeWord, 43),
+                              altered(recordSizeWord, 685), // more than was received
+                              altered(recordSizeWord, 0x7FFFFFFF),
+                              altered(recordSizeWord, 0x80000000),
+                              altered(recordExtraWord, 641),
+                              altered(recordExtraWord, 0x7FFFFFFF),
+                              altered(recordExtraWord, 0x80000000),
+                              altered(recordExtraWord, 0xFFFFFFFF), // would make the payload longer
                               audioRecord(std::vector<std::uint8_t>(4001))};
     EXPECT_EQ("[voxo] src/voxo:#: Stream record out of limits, dropped\n", reportOf(hostile[0]));
     for (const Record &record : hostile) {
@@ -83,7 +83,7 @@ TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
     EXPECT_EQ(640, state_.lastInputSize);
     state_.nextDropReport = Deadline(0); // a minute later
     EXPECT_EQ("[voxo] src/voxo:#: 11 stream records out of limits, dropped\n",
-              reportOf(newRecord("????", 44)));
+              reportOf(newRecord("????", recordBody)));
     EXPECT_EQ("", reportOf(hostile[0]));
     EXPECT_EQ("[voxo] src/voxo:#: Stream record out of limits, dropped\n",
               outputOf([&] { voxoReportDropped(&state_); })); // at the end
@@ -113,7 +113,8 @@ TEST_F(StreamTest, HoldsTheBuffersAtEveryRatio) {
 TEST_F(StreamTest, TakesAnEmptyPayload) {
     EXPECT_NE(std::string::npos, reportOf(audioRecord({})).find("write audio error\n"));
     EXPECT_EQ(0, state_.lastInputSize);
-    EXPECT_NE(std::string::npos, reportOf(audioRecord({}, 16000 - 44)).find("out of limits"));
+    EXPECT_NE(std::string::npos,
+              reportOf(audioRecord({}, 16000 - recordBody)).find("out of limits"));
 }
 
 TEST_F(StreamTest, TellsOfWhatFails) {
