@@ -3,7 +3,7 @@
 #include "settings/settings_request.h"
 
 #include "fuzz/fuzz.h"
-#include "src/voxo/playback.h"
+#include "src/voxo/clip.h"
 #include "tests/daemon/daemon_fixture.h"
 #include "vcam/preload/interpose.h"
 

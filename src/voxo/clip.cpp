@@ -3,8 +3,8 @@
 #include "audioout/audioout.h"
 #include "src/report.h"
 #include "src/voxo/match_rate.h"
-#include "src/voxo/playback.h"
 #include "src/voxo/stereo.h"
+#include "src/voxo/tessel.h"
 #include "wav/wav.h"
 
 #include <cerrno>
@@ -18,16 +18,6 @@ constexpr std::uint32_t chunkSize = 2048;
 constexpr std::uint32_t clipDoubleFreqRatio = 2; // clips are played at the output's rate
 constexpr time_t playOutSeconds = 3;
 constexpr std::size_t pathRoom = 129;
-constexpr std::size_t statusRoom = 64;
-constexpr std::size_t replyRoom = 128;
-
-void reportPlaying() {
-    char status[statusRoom] = {};
-    std::snprintf(status, sizeof status, "status_audioclip_playing=%d\n", clipStart);
-    std::printf("Send to tessel: %s\n", status);
-    char reply[replyRoom] = {};
-    voxoSendToTessel(status, "NameValue", 0, 0, reply, sizeof reply);
-}
 
 void openClip(VoxoContext *context, VoxoLoopState *state) {
     std::puts("WAV initial......");
@@ -39,7 +29,7 @@ void openClip(VoxoContext *context, VoxoLoopState *state) {
         clipStart = 0;
         clipOpen = 0;
     } else {
-        reportPlaying();
+        voxoTellClipStarted();
         clipOpen = 1;
     }
     WAV_ShowInfo(wavHandle);
@@ -47,6 +37,24 @@ void openClip(VoxoContext *context, VoxoLoopState *state) {
     std::fprintf(stderr, "[%d] channel num: %d\n", __LINE__, state->dwWavFileChannel);
     state->dwWavFileSampleRate = static_cast<std::int32_t>(WAV_GetSampleRate(wavHandle));
     std::fprintf(stderr, "[%d] sample rate: %d\n", __LINE__, state->dwWavFileSampleRate);
+}
+
+// Closes the open clip, if there is one.
+void releaseClip() {
+    if (clipOpen == 0) {
+        return;
+    }
+    if (WAV_Release(&wavHandle) != 0) {
+        std::fprintf(stderr, "WAV_Release fail.\n");
+    }
+    clipOpen = 0;
+}
+
+// Drops what the output still holds of a clip, ends the request for it and reports it.
+void endClip() {
+    audioout_clear_audio_buffer(voxoContext.audioOut.aoDevId, voxoContext.audioOut.aoChn);
+    clipStart = 0;
+    voxoTellClipStopped();
 }
 
 void reportOutput(const AudioOutParam &output, std::uint32_t blockSize) {
@@ -84,9 +92,9 @@ void waitForPlayOut() {
 // Lets what is queued play out and ends the clip.
 void finishClip() {
     std::fprintf(stderr, "[play to the end of the file]\n");
-    voxoReleaseClip();
+    releaseClip();
     waitForPlayOut();
-    voxoEndClip();
+    endClip();
 }
 
 void playChunk(VoxoContext *context, VoxoLoopState *state) {
@@ -118,6 +126,25 @@ void playChunk(VoxoContext *context, VoxoLoopState *state) {
 }
 
 } // namespace
+
+void voxoStartClip() {
+    clipStart = 1;
+}
+
+void voxoStopClip() {
+    releaseClip();
+    endClip();
+}
+
+int voxoCheck2WayAudio() {
+    const int status = voxoAskTwoWayStatus();
+    std::printf("i2WayAudioStatus = %d\n", status);
+    if (status == twoWayInProgress) {
+        std::puts("2-way audio in progress");
+        voxoStopClip();
+    }
+    return status;
+}
 
 void voxoClipStep(VoxoContext *context, VoxoLoopState *state) {
     if (wavHandle != nullptr && clipOpen == 1) {

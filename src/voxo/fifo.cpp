@@ -4,8 +4,8 @@
 #include "base/unique_fd.h"
 #include "camera/message/message.h"
 #include "src/report.h"
+#include "src/voxo/clip.h"
 #include "src/voxo/context.h"
-#include "src/voxo/playback.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -69,7 +69,7 @@ void obey(const MESSAGE_CONTROL_ENTRY &entry) {
         return;
     }
     if (entry.word[MESSAGE_ENTRY_VALUE] == valueStart) {
-        clipStart = 1;
+        voxoStartClip();
         std::puts("Get start!!");
     } else {
         std::puts("Get stop!!");

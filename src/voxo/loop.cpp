@@ -3,7 +3,6 @@
 #include "src/voxo/clip.h"
 #include "src/voxo/config.h"
 #include "src/voxo/input.h"
-#include "src/voxo/playback.h"
 #include "src/voxo/stream.h"
 
 #include <cstring>

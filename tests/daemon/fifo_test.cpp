@@ -1,8 +1,8 @@
 #include "src/voxo/fifo.h"
 
 #include "camera/message/message.h"
+#include "src/voxo/clip.h"
 #include "src/voxo/input.h"
-#include "src/voxo/playback.h"
 #include "tests/daemon/daemon_fixture.h"
 
 #include <unistd.h>

@@ -1,9 +1,7 @@
-#include "src/voxo/playback.h"
+#include "src/voxo/tessel.h"
 
-#include "audioout/audioout.h"
 #include "settings/settings_request.h"
 #include "src/voxo/context.h"
-#include "wav/wav.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +10,8 @@
 namespace {
 
 constexpr std::int32_t requestNumber1 = 99;
+constexpr std::size_t statusRoom = 64;
+constexpr std::size_t startedReplyRoom = 128;
 constexpr std::size_t replyRoom = 256;
 
 } // namespace
@@ -33,36 +33,21 @@ int voxoSendToTessel(const char *body, const char *method, std::int32_t number3,
     return 0;
 }
 
-int voxoCheck2WayAudio() {
+int voxoAskTwoWayStatus() {
     char reply[replyRoom] = {};
     voxoSendToTessel("status_onlinenum_sip", "Value", 0, 1, reply, sizeof reply);
-    const int status = std::atoi(reply);
-    std::printf("i2WayAudioStatus = %d\n", status);
-    if (status == twoWayInProgress) {
-        std::puts("2-way audio in progress");
-        voxoStopClip();
-    }
-    return status;
+    return std::atoi(reply);
 }
 
-void voxoReleaseClip() {
-    if (clipOpen == 0) {
-        return;
-    }
-    if (WAV_Release(&wavHandle) != 0) {
-        std::fprintf(stderr, "WAV_Release fail.\n");
-    }
-    clipOpen = 0;
+void voxoTellClipStarted() {
+    char status[statusRoom] = {};
+    std::snprintf(status, sizeof status, "status_audioclip_playing=%d\n", clipStart);
+    std::printf("Send to tessel: %s\n", status);
+    char reply[startedReplyRoom] = {};
+    voxoSendToTessel(status, "NameValue", 0, 0, reply, sizeof reply);
 }
 
-void voxoEndClip() {
-    audioout_clear_audio_buffer(voxoContext.audioOut.aoDevId, voxoContext.audioOut.aoChn);
-    clipStart = 0;
+void voxoTellClipStopped() {
     char reply[replyRoom] = {};
     voxoSendToTessel("status_audioclip_playing=0", "NameValue", 0, 0, reply, sizeof reply);
-}
-
-void voxoStopClip() {
-    voxoReleaseClip();
-    voxoEndClip();
 }
