@@ -3,7 +3,8 @@
 # Headers are named from the project's root ("wav/wav.h"). To keep that from opening every folder to
 # every other, no target gets the root itself as an include directory: each has a view, a directory
 # of links to just the folders it shows. Linking a target adds its view, so an include that the
-# drawing in the README does not allow finds no file.
+# drawing in the README does not allow finds no file. The compiler looks for a relative name beside
+# the including file first, where there are no walls, so that such a name stops the build.
 
 # folder_view(<target> <PUBLIC|PRIVATE|INTERFACE> <path>...): shows these folders or headers.
 function(folder_view target scope)
@@ -16,6 +17,11 @@ function(folder_view target scope)
     endforeach()
     target_include_directories(${target} ${scope} ${view})
 endfunction()
+
+# No source that is named relative to another is compiled with.
+add_custom_target(walls
+    COMMAND ${CMAKE_COMMAND} -D SOURCE_DIR=${CMAKE_SOURCE_DIR} -P ${CMAKE_CURRENT_LIST_DIR}/walls.cmake
+    COMMENT "" VERBATIM)
 
 # base/ is the ground under all folders.
 add_library(base INTERFACE)
@@ -33,4 +39,5 @@ function(product_library target)
         folder_view(${target} PRIVATE ${arg_HIDES})
     endif()
     target_link_libraries(${target} PRIVATE product_flags base ${arg_USES})
+    add_dependencies(${target} walls)
 endfunction()

@@ -1,0 +1,11 @@
+# Refuses includes that climb over the folders' walls: cmake -D SOURCE_DIR=... -P walls.cmake
+set(climbs "^[ \t]*#[ \t]*include[ \t]*\"[^\"]*\\.\\.?/")
+foreach(folder audioout base bench camera codec fuzz mpp settings src tests vcam wav)
+    file(GLOB_RECURSE sources ${SOURCE_DIR}/${folder}/*.cpp ${SOURCE_DIR}/${folder}/*.h)
+    foreach(source IN LISTS sources)
+        file(STRINGS ${source} lines REGEX ${climbs})
+        if(lines)
+            message(SEND_ERROR "${source}: ${lines}\nHeaders are named from the project's root.")
+        endif()
+    endforeach()
+endforeach()
