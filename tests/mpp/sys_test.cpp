@@ -1,6 +1,9 @@
 #include "tests/mpp/mpp_fixture.h"
 
 #include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
 
 namespace {
 
@@ -91,7 +94,9 @@ TEST_F(SysTest, MapsWholePages) {
     expectOutcomes(
         {{0, "out: Func: HI_MPI_SYS_Mmap u32Size can't be 0.\n", isMapped(HI_MPI_SYS_Mmap, 0)},
          {0, "out: Func: HI_MPI_SYS_MmapCache u32Size can't be 0.\n",
-          isMapped(HI_MPI_SYS_MmapCache, 0)}});
+          isMapped(HI_MPI_SYS_MmapCache, 0)},
+         {0, "phys addr 0x1000: the range passes 32 bits!\n",
+          isMapped(HI_MPI_SYS_Mmap, 0xFFFFF001)}});
     std::uint32_t value = 1; // of a register, which is mapped for as long as it takes
     EXPECT_EQ(0, HI_MPI_SYS_GetReg(0x20050004, &value));
     EXPECT_EQ(0U, value);
@@ -108,7 +113,33 @@ TEST_F(SysTest, FlushesWholeLines) {
     expectOutcomes(
         {{0xA0028006, "Null point \n", [] { return HI_MPI_SYS_MflushCache(0, nullptr, 1); }},
          {0xA0028003, "out: Func: HI_MPI_SYS_MflushCache u32Size can't be 0.\n",
-          [&] { return HI_MPI_SYS_MflushCache(0, virt, 0); }}});
+          [&] { return HI_MPI_SYS_MflushCache(0, virt, 0); }},
+         {0xA0028003, "phys addr 0xffffffc0: the range passes 32 bits!\n",
+          [&] { return HI_MPI_SYS_MflushCache(0xFFFFFFF0, virt, 0x11); }}});
+    EXPECT_EQ(0, HI_MPI_SYS_MflushCache(0xFFFFFFF0, virt, 0x10));
+}
+
+// A driver that loses the first wake-up.
+TEST_F(SysTest, WakesTheTuningThreadUntilItEnds) {
+    std::atomic<int> wakes = 0;
+    std::atomic<bool> waits = false;
+    device().answerWords(0x80045918, {1});
+    device().answer(0x0000591B, [&](void *) {
+        ++wakes;
+        return 0;
+    });
+    device().answer(0xC008591A, [&](void *) {
+        for (waits = true; wakes < 2;) {
+            usleep(1000);
+        }
+        return -1;
+    });
+    EXPECT_EQ(0, HI_MPI_SYS_Init());
+    while (!waits) {
+        usleep(1000);
+    }
+    EXPECT_EQ(0, HI_MPI_SYS_Exit());
+    EXPECT_EQ(2, wakes);
 }
 
 TEST_F(SysTest, ReachesTheLogDevice) {

@@ -1,5 +1,6 @@
 #include "mpp/code/mpi/src/aq_tuning.h"
 
+#include "base/mutex_guard.h"
 #include "mpp/code/mpi/src/sys_device.h"
 #include "mpp/code/mpi/src/sys_record.h"
 #include "mpp/code/mpp_report.h"
@@ -10,16 +11,23 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <cstdio>
 #include <ctime>
 
 namespace {
 
 constexpr useconds_t refusalPause = 10000;
-constexpr time_t joinSeconds = 1;
+constexpr time_t wakeSeconds = 1;
+constexpr std::size_t reasonRoom = 256;
 
 pthread_t tuningThread;
 bool hasTuningThread = false;
 std::atomic<int> tuningRuns{0};
+
+pthread_mutex_t endLock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t ended; // while there is a thread
+bool hasEnded = false;
 
 using TuningOperation = int (*)(unsigned argument);
 
@@ -59,17 +67,28 @@ private:
         return text != nullptr ? text : "null";
     }
 
+    // Closing the library makes the loader forget why a look-up has failed.
     bool resolve(const char *name, TuningOperation *operation) {
         *operation = reinterpret_cast<TuningOperation>(dlsym(handle_, name));
-        if (*operation == nullptr) {
-            mppReport(CallSite::here("AQDebugMonitor"), "dlsym %s fail,Msg:%s\n", name, reason());
-            return false;
+        if (*operation != nullptr) {
+            return true;
         }
-        return true;
+        char text[reasonRoom];
+        std::snprintf(text, sizeof text, "%s", reason());
+        dlclose(handle_);
+        handle_ = nullptr;
+        mppReport(CallSite::here("AQDebugMonitor"), "dlsym %s fail,Msg:%s\n", name, text);
+        return false;
     }
 
     void *handle_ = nullptr;
 };
+
+void tellEnd() {
+    const MutexGuard guard(endLock);
+    hasEnded = true;
+    pthread_cond_signal(&ended);
+}
 
 void *AQDebugMonitor(void * /*argument*/) {
     prctl(PR_SET_NAME, "AQT_Proc", 0, 0, 0);
@@ -89,15 +108,37 @@ void *AQDebugMonitor(void * /*argument*/) {
         sysDeviceCommand(SYS_CMD_WAIT_TUNING, &record);
         library.deinit(record.argument);
     }
+    tellEnd();
     return nullptr;
 }
 
-// Joins the thread if it ends within a short time.
-bool joinSoon() {
-    timespec until = {};
-    clock_gettime(CLOCK_REALTIME, &until);
-    until.tv_sec += joinSeconds;
-    return pthread_timedjoin_np(tuningThread, nullptr, &until) == 0;
+bool startThread() {
+    pthread_condattr_t attributes;
+    pthread_condattr_init(&attributes);
+    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    pthread_cond_init(&ended, &attributes);
+    pthread_condattr_destroy(&attributes);
+    hasEnded = false;
+    tuningRuns = 1;
+    return pthread_create(&tuningThread, nullptr, AQDebugMonitor, nullptr) == 0;
+}
+
+// Wakes the thread each second until it has ended: one that was just about to wait has not heard
+// the wake-up before.
+void wakeUntilEnd() {
+    const MutexGuard guard(endLock);
+    timespec next = {};
+    clock_gettime(CLOCK_MONOTONIC, &next);
+    while (!hasEnded) {
+        next.tv_sec += wakeSeconds;
+        int error = 0;
+        while (!hasEnded && error != ETIMEDOUT) {
+            error = pthread_cond_timedwait(&ended, &endLock, &next);
+        }
+        if (!hasEnded) {
+            sysDeviceCommand(SYS_CMD_WAKE_TUNING, nullptr);
+        }
+    }
 }
 
 } // namespace
@@ -111,8 +152,8 @@ void aqTuningStart() {
     if (mode == 0 || hasTuningThread) {
         return;
     }
-    tuningRuns = 1;
-    if (pthread_create(&tuningThread, nullptr, AQDebugMonitor, nullptr) != 0) {
+    if (!startThread()) {
+        pthread_cond_destroy(&ended);
         mppReport(CallSite::here(), "Create AQT thread failed\n");
         return;
     }
@@ -127,9 +168,8 @@ void aqTuningStop() {
     if (sysDeviceCommand(SYS_CMD_WAKE_TUNING, nullptr) != 0) {
         mppReport(CallSite::here(), "Wake up AQ debug failed\n");
     }
-    // A thread that was just about to wait has not heard it.
-    while (!joinSoon()) {
-        sysDeviceCommand(SYS_CMD_WAKE_TUNING, nullptr);
-    }
+    wakeUntilEnd();
+    pthread_join(tuningThread, nullptr);
+    pthread_cond_destroy(&ended);
     hasTuningThread = false;
 }
