@@ -32,8 +32,9 @@ TEST_F(VbTest, MapsAPoolOnce) {
     const auto unmap = [] { return HI_MPI_VB_MunmapPool(3); };
     expectOutcomes({{0, "", map},
                     {0, "Pool 3 has mapped!\n", map},
-                    {0xA0018003, "", find(0x82010000)}, // behind it
-                    {0xA0018003, "", find(0x81FFFFFF)},
+                    {0xA0018003, "Pool 3 doesn't hold phys addr 0x82010001!\n", find(0x82010001)},
+                    {0xA0018003, "Pool 3 doesn't hold phys addr 0x81ffffff!\n", find(0x81FFFFFF)},
+                    {0, "", find(0x82010000)}, // its end
                     {0, "", find(0x82001234)}});
     EXPECT_EQ(0x234U, reinterpret_cast<std::uintptr_t>(virt) & 0xFFF);
     device().answerWords(useCommand, {2});

@@ -11,7 +11,6 @@
 
 #include <fcntl.h>
 
-#include <cerrno>
 #include <cstdio>
 
 namespace {
@@ -39,14 +38,23 @@ bool reportEmpty(const char *operation, std::uint32_t size) {
     return size == 0;
 }
 
-void *mapPages(int fd, std::uint32_t phys, std::uint32_t size) {
-    const Pages pages(phys, size);
-    void *mapping = nullptr;
-    if (pages.length > UINT32_MAX) { // more than all physical memory
-        errno = EINVAL;
-    } else {
-        mapping = Device_Mmap(fd, static_cast<std::size_t>(pages.length), phys - pages.shift);
+// Refuses what no word can tell: `length` bytes from the start of a page or line that pass the 32
+// bits of a physical address, or are all of them.
+bool reportPastMemory(std::uint32_t start, std::uint64_t length, CallSite site) {
+    const bool isPast = start + length > std::uint64_t{UINT32_MAX} + 1 || length > UINT32_MAX;
+    if (isPast) {
+        mppReport(site, "phys addr 0x%x: the range passes 32 bits!\n", start);
     }
+    return isPast;
+}
+
+void *mapPages(int fd, std::uint32_t phys, std::uint32_t size, CallSite site = CallSite::here()) {
+    const Pages pages(phys, size);
+    if (reportPastMemory(phys - pages.shift, pages.length, site)) {
+        return nullptr;
+    }
+    void *const mapping =
+        Device_Mmap(fd, static_cast<std::size_t>(pages.length), phys - pages.shift);
     if (mapping == nullptr) {
         std::perror("mmap error");
         return nullptr;
@@ -91,11 +99,13 @@ std::int32_t HI_MPI_SYS_MflushCache(std::uint32_t phys, void *virt, std::uint32_
         return ERR_SYS_ILLEGAL_PARAM;
     }
     const std::uint32_t shift = phys & lineMask;
-    if (size > UINT32_MAX - shift - lineMask) {
+    const std::uint64_t length =
+        (std::uint64_t{size} + shift + lineMask) & ~std::uint64_t{lineMask};
+    if (reportPastMemory(phys - shift, length, CallSite::here())) {
         return ERR_SYS_ILLEGAL_PARAM;
     }
     SysFlushRecord record = {phys - shift, recordAddress(static_cast<char *>(virt) - shift),
-                             (size + shift + lineMask) & ~lineMask};
+                             static_cast<std::uint32_t>(length)};
     return sysDeviceCommand(SYS_CMD_FLUSH_CACHE, &record);
 }
 

@@ -17,9 +17,10 @@ struct PoolMapping {
     void *virt;
 };
 
+// The locks exist from the process's start.
 struct PoolEntry {
-    pthread_mutex_t lock;
-    PoolMapping mapping;
+    pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+    PoolMapping mapping = {};
 };
 
 PoolEntry pools[VB_MAX_POOLS];
@@ -41,16 +42,6 @@ bool isMapped(const PoolMapping &mapping, std::uint32_t pool, CallSite site = Ca
 }
 
 } // namespace
-
-std::int32_t vbMapStart() {
-    for (PoolEntry &entry : pools) {
-        entry = {};
-        if (pthread_mutex_init(&entry.lock, nullptr) != 0) {
-            return -1;
-        }
-    }
-    return 0;
-}
 
 void vbMapForget() {
     for (PoolEntry &entry : pools) {
@@ -123,7 +114,9 @@ std::int32_t HI_MPI_VB_GetBlkVirAddr(std::uint32_t pool, std::uint32_t phys, voi
     if (!isMapped(mapping, pool)) {
         return ERR_VB_NOT_READY;
     }
-    if (phys < mapping.phys || phys - mapping.phys >= mapping.size) {
+    if (phys < mapping.phys || phys - mapping.phys > mapping.size) {
+        mppReport(CallSite::here(), "Pool %d doesn't hold phys addr 0x%x!\n",
+                  static_cast<int>(pool), phys);
         return ERR_VB_ILLEGAL_PARAM;
     }
     *virt = static_cast<char *>(mapping.virt) + (phys - mapping.phys);

@@ -36,7 +36,8 @@ std::int32_t userCommand(std::uint32_t command, std::uint32_t user,
 } // namespace
 
 std::int32_t HI_MPI_VB_Init() {
-    return vbMapStart() != 0 ? -1 : vbDeviceCommand(VB_CMD_INIT, nullptr);
+    vbMapForget();
+    return vbDeviceCommand(VB_CMD_INIT, nullptr);
 }
 
 std::int32_t HI_MPI_VB_Exit() {
