@@ -20,9 +20,9 @@ struct SETTINGS_REQUEST {
     char method[16];         // terminated, not empty
     char applyArgument[128]; // terminated; not empty when the kind is apply, else not used
     const char *body;        // terminated, not owned, not null
-    std::int32_t number1;
-    std::int32_t number2;
-    std::int32_t number3;
+    std::int32_t number1;    // the settings daemon's; the camera's programs send 99, 0 and 0
+    std::int32_t number2;    // not sent with a get
+    std::int32_t number3;    // not sent with an apply
 };
 
 // Sends `request` to the daemon at "/tmp/tessel". Connecting, sending and each read of the reply

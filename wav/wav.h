@@ -4,6 +4,10 @@
 // samples. The chunks known are "RIFF", "fmt ", "fact" and "data" (Microsoft/IBM, Multimedia
 // Programming Interface and Data Specifications 1.0); any other makes the file unreadable.
 //
+// Sizes and offsets have 32 bits, unsigned: files up to 4 GiB are read, also on a 32-bit processor,
+// and what reaches past that is refused as corrupted. From 2 GiB on the numbers that are printed,
+// and the field fileSize, are negative.
+//
 // All state of an open file lives in its handle, which one thread uses at a time. Operations return
 // 0 on success and -1 on failure unless said otherwise; the reason of a failure is printed on
 // standard output behind "[wav] : ".
@@ -34,7 +38,7 @@ struct WAV_FILE {
     std::uint32_t littleEndian;     // 1 when the host stores integers little-endian
     char name[WAV_NAME_LENGTH + 1]; // the path given at open, cut to 129 characters
     std::int32_t descriptor;        // -1 while not open
-    std::int32_t fileSize;          // bytes, taken right after opening
+    std::int32_t fileSize;          // bytes, taken right after opening; 2 GiB and more: negative
     std::uint32_t formatTag;        // 1, PCM
     std::uint32_t channels;         // 1 or 2
     std::uint32_t sampleRate;       // samples per second and channel

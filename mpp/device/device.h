@@ -3,6 +3,9 @@
 // Everything that the media platform and the codec control ask of a driver passes here, and nothing
 // else opens, commands or maps a driver's device file. On the camera the calls are the system's
 // own; a test links another implementation in their place.
+//
+// All calls may be made from any thread, also at once and with one descriptor; what a driver makes
+// of that is its own. Descriptors are closed when the process executes another program.
 #pragma once
 
 #include <sys/types.h>

@@ -5,8 +5,8 @@
 // frames with HI_MPI_AO_SendFrame, then HI_MPI_AO_DisableChn and HI_MPI_AO_Disable. The attributes
 // and the device's state live in the driver; an order that it does not like it refuses itself.
 //
-// Results are 0, one of the error values below, or a driver's result passed through unchanged.
-// Most refusals are told on standard error. Every operation first checks the device (only 0:
+// Results are 0, an error value of mpp_errors.h, or a driver's result passed through unchanged.
+// Most refusals are reported on standard error. Every operation first checks the device (only 0:
 // ERR_AO_INVALID_DEV) and, where it takes one, the channel (0 to 15: ERR_AO_INVALID_CHN). Before a
 // command "/dev/ao" is opened for its channel, or for the device, if it is not yet
 // (ERR_AO_NOT_READY).
@@ -16,6 +16,8 @@
 // device, resuming, and the channel's state and descriptor take no lock.
 #pragma once
 
+#include "mpp/include/mpp_errors.h"
+
 #include <cstdint>
 
 constexpr std::uint32_t AO_DEV_NUM = 1;
@@ -24,23 +26,12 @@ constexpr std::uint32_t MAX_AO_POINT_NUM = 4096; // points per channel of a fram
 constexpr std::uint32_t AO_CIRCLE_SIZE = 32768;  // bytes that wait for the driver, per sub-channel
 constexpr std::uint32_t AO_PERIOD_MAX = 16384;   // bytes of a period, per sub-channel
 
-constexpr std::int32_t ERR_AO_INVALID_DEV = static_cast<std::int32_t>(0xA0168001);
-constexpr std::int32_t ERR_AO_INVALID_CHN = static_cast<std::int32_t>(0xA0168002);
-constexpr std::int32_t ERR_AO_ILLEGAL_PARAM = static_cast<std::int32_t>(0xA0168003);
-constexpr std::int32_t ERR_AO_NOT_ENABLED = static_cast<std::int32_t>(0xA0168005);
-constexpr std::int32_t ERR_AO_NULL_PTR = static_cast<std::int32_t>(0xA0168006);
-constexpr std::int32_t ERR_AO_NOT_CONFIG = static_cast<std::int32_t>(0xA0168007);
-constexpr std::int32_t ERR_AO_NOT_MATCH = static_cast<std::int32_t>(0xA0168008);
-constexpr std::int32_t ERR_AO_NOT_PERM = static_cast<std::int32_t>(0xA0168009);
-constexpr std::int32_t ERR_AO_NOMEM = static_cast<std::int32_t>(0xA016800C);
-constexpr std::int32_t ERR_AO_BUF_FULL = static_cast<std::int32_t>(0xA016800F);
-constexpr std::int32_t ERR_AO_NOT_READY = static_cast<std::int32_t>(0xA0168010);
-constexpr std::int32_t ERR_AO_ENGINE = static_cast<std::int32_t>(0xA0168041);
-
 enum : std::uint32_t { AUDIO_BIT_WIDTH_8 = 0, AUDIO_BIT_WIDTH_16 = 1, AUDIO_BIT_WIDTH_24 = 2 };
 enum : std::uint32_t { AUDIO_SOUND_MODE_MONO = 0, AUDIO_SOUND_MODE_STEREO = 1 };
 
-// Device attributes, as the driver keeps them. A sample takes 1 << enBitwidth bytes (24 bits: 4).
+// Device attributes, as the driver keeps them. A sample takes 1 << enBitwidth bytes: samples of 24
+// bits take 4 in everything that is handed to this module. A caller whose samples of 24 bits take
+// 3, as those of the daemon's output do, is heard garbled; 8 and 16 bits work from end to end.
 struct AIO_ATTR_S {
     std::uint32_t enSamplerate;   // Hz
     std::uint32_t enBitwidth;     // AUDIO_BIT_WIDTH_...
@@ -126,7 +117,8 @@ std::int32_t HI_MPI_AO_EnableChn(std::uint32_t AoDev, std::uint32_t AoChn);
 
 // Disables a channel, with its resampling and effects, and frees its buffers with what they hold. 0
 // also when it is not enabled. When the driver refuses, its result is returned, and the channel is
-// disabled all the same.
+// disabled here all the same: to disable it again gives 0 and does not ask the driver, until it is
+// enabled.
 std::int32_t HI_MPI_AO_DisableChn(std::uint32_t AoDev, std::uint32_t AoChn);
 
 std::int32_t HI_MPI_AO_PauseChn(std::uint32_t AoDev, std::uint32_t AoChn);

@@ -5,11 +5,14 @@
 // the receive callback of every destination bound to that source. A source has at most 64
 // destinations, a destination one source.
 //
-// Results are 0 or one of the error values below. Refusals are told on standard error and change
-// nothing. Registration is for start-up, from one thread; all else may be called from any thread.
-// No callback is called with a lock of the binder held, so a callback may itself send, bind, unbind
-// or query.
+// Results are 0 or an error value of mpp_errors.h. Refusals change nothing and are reported on
+// standard error, but for a module id above 51 in a registration or its end, and what a receiver's
+// callback returns. Registration is for start-up, from one thread; all else may be called from any
+// thread. No callback is called with a lock of the binder held, so a callback may itself send,
+// bind, unbind or query.
 #pragma once
+
+#include "mpp/include/mpp_errors.h"
 
 #include <cstdint>
 
@@ -21,11 +24,6 @@ constexpr std::uint32_t BIND_DATA_AUDIO_FRAME = 5;
 // Modules known by a number here.
 constexpr std::uint32_t MOD_ID_AO = 22;
 constexpr std::uint32_t MOD_ID_ADEC = 24;
-
-constexpr std::int32_t ERR_SYS_ILLEGAL_PARAM = static_cast<std::int32_t>(0xA0028003);
-constexpr std::int32_t ERR_SYS_NULL_PTR = static_cast<std::int32_t>(0xA0028006);
-constexpr std::int32_t ERR_SYS_NOT_PERM = static_cast<std::int32_t>(0xA0028009);
-constexpr std::int32_t ERR_SYS_NOMEM = static_cast<std::int32_t>(0xA002800C);
 
 // Names a channel.
 struct BIND_CHN_S {
@@ -72,9 +70,12 @@ std::int32_t SYS_BIND_Exit();
 std::int32_t SYS_BIND_RegisterSender(const BIND_SENDER_S *sender);
 std::int32_t SYS_BIND_RegisterReceiver(const BIND_RECEIVER_S *receiver);
 
-// Takes a registration back and frees what belongs to it. Bindings that point at the module from
-// the other side stay until they are unbound. ERR_SYS_ILLEGAL_PARAM for a module id above 51,
-// ERR_SYS_NOT_PERM when the module is not registered.
+// Takes a registration back and frees what belongs to it. Of its bindings the other side's half
+// stays: a destination whose sender has gone counts as bound until it is unbound; a receiver that
+// has gone stays among its senders' destinations, what is sent to it is reported and lost, and
+// should it register again it is sent to as before, though it counts as unbound.
+// ERR_SYS_ILLEGAL_PARAM for a module id above 51, ERR_SYS_NOT_PERM when the module is not
+// registered.
 std::int32_t SYS_BIND_UnRegisterSender(std::uint32_t modId);
 std::int32_t SYS_BIND_UnRegisterReceiver(std::uint32_t modId);
 

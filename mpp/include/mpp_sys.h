@@ -1,20 +1,21 @@
 // The platform's system layer: start and exit of the platform, mappings of physical memory,
 // register access, the log device.
 //
-// Results are 0, one of the error values below, or a driver's result passed through unchanged.
-// Failures are told on standard error (a size of 0, on standard output). The devices are opened
-// when they are first needed and stay open until HI_MPI_SYS_Exit.
+// Results are 0, an error value of mpp_errors.h, or a driver's result passed through unchanged.
+// Failures are reported on standard error (a size of 0, on standard output); silent are a driver's
+// result, the end of a mapping, a register without a place for its value, and reading and closing
+// the log device. The devices are opened when they are first needed and stay open until
+// HI_MPI_SYS_Exit.
 //
 // There are no locks: HI_MPI_SYS_Init and HI_MPI_SYS_Exit are for one thread at a time.
 #pragma once
+
+#include "mpp/include/mpp_errors.h"
 
 #include <sys/types.h>
 
 #include <cstddef>
 #include <cstdint>
-
-constexpr std::int32_t ERR_SYS_NOT_READY = static_cast<std::int32_t>(0xA0028010);
-// ERR_SYS_ILLEGAL_PARAM, ERR_SYS_NULL_PTR, ERR_SYS_NOT_PERM, ERR_SYS_NOMEM: see mpp_bind.h.
 
 // Starts the kernel side, the binder and every module. May be called again: modules, registrations
 // and bindings that are there stay as they are. With the driver in tuning mode it starts the thread
@@ -23,8 +24,9 @@ constexpr std::int32_t ERR_SYS_NOT_READY = static_cast<std::int32_t>(0xA0028010)
 // ERR_SYS_NOT_READY when the system device cannot be opened, or -1 when a module cannot start.
 std::int32_t HI_MPI_SYS_Init();
 
-// Stops every module and the kernel side and closes the devices. Returns 0, the result of the
-// kernel shutdown command (the devices then stay open), ERR_SYS_NOT_READY, or the failure of a
+// Stops every module and the kernel side and closes the devices. Waits for a frame that is being
+// delivered, for as long as the driver takes, and for the tuning thread. Returns 0, the result of
+// the kernel shutdown command (the devices then stay open), ERR_SYS_NOT_READY, or the failure of a
 // close.
 std::int32_t HI_MPI_SYS_Exit();
 
@@ -36,13 +38,14 @@ std::int32_t HI_MPI_SYS_SetConfig(const std::uint32_t *config);
 // Maps `size` bytes of physical memory at `phys`, which need not begin on a page: uncached, or
 // cached (flush with HI_MPI_SYS_MflushCache). Returns the address, or null. HI_MPI_SYS_Munmap takes
 // either mapping back, with the address and size it was made with; its result is that of munmap(2).
+// A range that passes 32 bits, or is as long, is refused.
 void *HI_MPI_SYS_Mmap(std::uint32_t phys, std::uint32_t size);
 void *HI_MPI_SYS_MmapCache(std::uint32_t phys, std::uint32_t size);
 std::int32_t HI_MPI_SYS_Munmap(void *virt, std::uint32_t size);
 
 // Writes the cache lines (64 bytes each) that hold `size` bytes at `phys`, mapped at `virt`, back
-// to memory. ERR_SYS_NULL_PTR, ERR_SYS_ILLEGAL_PARAM for a size of 0, ERR_SYS_NOT_READY, or the
-// driver's result.
+// to memory. ERR_SYS_NULL_PTR, ERR_SYS_ILLEGAL_PARAM for a size of 0 or lines that pass 32 bits,
+// ERR_SYS_NOT_READY, or the driver's result.
 std::int32_t HI_MPI_SYS_MflushCache(std::uint32_t phys, void *virt, std::uint32_t size);
 
 // Writes or reads one 32-bit register at a physical address (a multiple of 4). -1 when it cannot be

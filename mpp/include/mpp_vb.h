@@ -1,12 +1,15 @@
 // Frame memory: the video-buffer pools, and single named blocks of the media memory zones.
 //
 // All memory is physically contiguous and belongs to the kernel; an operation hands out what the
-// driver has given. Results are 0, one of the error values below, or a driver's result passed
-// through unchanged. Failures are told on standard error unless said otherwise.
+// driver has given. Results are 0, an error value of mpp_errors.h, or a driver's result passed
+// through unchanged. What is reported is reported on standard error: a device that cannot be
+// opened, an id that there is not, and, of pool mappings and system blocks, what fails. Null
+// pointers, and a driver's result elsewhere, are not.
 //
-// The pool operations may be called from any thread once HI_MPI_VB_Init has returned; the system
-// block operations from any thread at any time.
+// All operations may be called from any thread at any time, but for the blocks of the audio output.
 #pragma once
+
+#include "mpp/include/mpp_errors.h"
 
 #include <cstdint>
 
@@ -16,12 +19,6 @@ constexpr std::uint32_t VB_MAX_USER = 22;       // user ids are 0 to 22
 constexpr std::uint32_t VB_INVALID_POOL = UINT32_MAX;
 constexpr std::uint32_t VB_INVALID_HANDLE = UINT32_MAX;
 constexpr std::uint32_t MMZ_ZONE_NAME_SIZE = 16;
-
-constexpr std::int32_t ERR_VB_ILLEGAL_PARAM = static_cast<std::int32_t>(0xA0018003);
-constexpr std::int32_t ERR_VB_NULL_PTR = static_cast<std::int32_t>(0xA0018006);
-constexpr std::int32_t ERR_VB_NOMEM = static_cast<std::int32_t>(0xA001800C);
-constexpr std::int32_t ERR_VB_NOT_READY = static_cast<std::int32_t>(0xA0018010);
-constexpr std::int32_t ERR_VB_BUSY = static_cast<std::int32_t>(0xA0018012);
 
 // One common pool; unused when its block size or block count is 0.
 struct VB_POOL_S {
@@ -37,8 +34,8 @@ struct VB_CONF_S {
 };
 static_assert(sizeof(VB_CONF_S) == 388);
 
-// Starts the pools and forgets all mappings made before. The driver's result; -1 when a lock cannot
-// be made; ERR_VB_NOT_READY when "/dev/vb" cannot be opened, as of every operation that needs it.
+// Starts the pools and forgets all mappings made before. The driver's result; ERR_VB_NOT_READY when
+// "/dev/vb" cannot be opened, as of every operation that needs it.
 std::int32_t HI_MPI_VB_Init();
 
 // Ends the pools, forgets all mappings, and closes the device if the driver agreed. The driver's
@@ -77,17 +74,17 @@ std::int32_t HI_MPI_VB_SetWord(const std::uint32_t *word);
 std::int32_t HI_MPI_VB_GetWord(std::uint32_t *word);
 
 // Maps a whole pool, so that HI_MPI_VB_GetBlkVirAddr finds its blocks. 0 also when it is mapped
-// already (told); ERR_VB_ILLEGAL_PARAM for a pool id above 255, ERR_VB_NOMEM when it cannot be
+// already (reported); ERR_VB_ILLEGAL_PARAM for a pool id above 255, ERR_VB_NOMEM when it cannot be
 // mapped, or the driver's result.
 std::int32_t HI_MPI_VB_MmapPool(std::uint32_t pool);
 
-// Takes the mapping back. 0 also when there is none (told); ERR_VB_ILLEGAL_PARAM, ERR_VB_BUSY while
-// the pool is in use, or the driver's result.
+// Takes the mapping back. 0 also when there is none (reported); ERR_VB_ILLEGAL_PARAM, ERR_VB_BUSY
+// while the pool is in use, or the driver's result.
 std::int32_t HI_MPI_VB_MunmapPool(std::uint32_t pool);
 
-// The address in the pool's mapping of physical address `phys`. ERR_VB_NULL_PTR without a place for
-// it, ERR_VB_ILLEGAL_PARAM for a pool id above 255 or an address outside the pool, ERR_VB_NOT_READY
-// when the pool is not mapped.
+// The address in the pool's mapping of physical address `phys`, which may also be the one just past
+// the pool's end. ERR_VB_NULL_PTR without a place for it, ERR_VB_ILLEGAL_PARAM for a pool id above
+// 255 or an address outside the pool, ERR_VB_NOT_READY when the pool is not mapped.
 std::int32_t HI_MPI_VB_GetBlkVirAddr(std::uint32_t pool, std::uint32_t phys, void **virt);
 
 // The block allocator of the audio output. Allocates `size` bytes under a name (cut to 15
@@ -101,9 +98,9 @@ std::int32_t VB_AllocAoBlock(const char *name, std::uint32_t *phys, void **virt,
 std::int32_t VB_FreeAoBlock(std::uint32_t phys);
 
 // The block allocator for everyone else: `name` (cut to 15 characters), `zone` (cut to 31; null or
-// empty: any), mapped uncached or cached. 0xA0028010 when the device cannot be opened,
-// 0xA0028006 without a place for an address, 0xA002800C when the driver says that it has mapped the
-// block and has not, or the driver's result.
+// empty: any), mapped uncached or cached. ERR_SYS_NOT_READY when the device cannot be opened,
+// ERR_SYS_NULL_PTR without a place for an address, ERR_SYS_NOMEM when the driver says that it has
+// mapped the block and has not, or the driver's result.
 std::int32_t HI_MPI_SYS_AllocBlock(std::uint32_t *phys, void **virt, const char *name,
                                    const char *zone, std::uint32_t size);
 std::int32_t HI_MPI_SYS_AllocBlockCached(std::uint32_t *phys, void **virt, const char *name,

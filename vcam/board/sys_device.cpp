@@ -1,8 +1,7 @@
 #include "vcam/board/sys_device.h"
 
 #include "mpp/code/mpi/src/sys_record.h"
-#include "mpp/include/mpp_bind.h"
-#include "mpp/include/mpp_sys.h"
+#include "mpp/include/mpp_errors.h"
 
 namespace {
 

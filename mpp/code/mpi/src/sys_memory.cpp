@@ -6,7 +6,6 @@
 #include "mpp/code/mpi/src/sys_record.h"
 #include "mpp/code/mpp_report.h"
 #include "mpp/code/record_address.h"
-#include "mpp/include/mpp_bind.h"
 #include "mpp/include/mpp_sys.h"
 
 #include <fcntl.h>

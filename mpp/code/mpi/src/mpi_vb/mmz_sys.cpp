@@ -4,7 +4,6 @@
 #include "mpp/code/mpi/src/mpi_vb/mmz_record.h"
 #include "mpp/code/mpp_report.h"
 #include "mpp/code/record_address.h"
-#include "mpp/include/mpp_bind.h"
 #include "mpp/include/mpp_sys.h"
 #include "mpp/include/mpp_vb.h"
 
