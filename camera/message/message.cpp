@@ -10,7 +10,20 @@ namespace {
 constexpr std::uint32_t shortestHeader = 4;
 constexpr std::uint32_t lastType = 4;
 
-// Parses a body from a fresh start with the given handlers. False: not well-formed.
+// What a handler works on. Handlers are given the parser, which some of them stop.
+template <typename Reading>
+Reading &readingOf(void *parser) {
+    return *static_cast<Reading *>(XML_GetUserData(static_cast<XML_Parser>(parser)));
+}
+
+// Entities could make a few bytes cost seconds, and no message needs any.
+void onDoctype(void *parser, const char * /*name*/, const char * /*system*/,
+               const char * /*publicId*/, int /*hasSubset*/) {
+    XML_StopParser(static_cast<XML_Parser>(parser), XML_FALSE);
+}
+
+// Parses a body from a fresh start with the given handlers. False: not well-formed, or with a
+// document type declaration.
 bool parse(XML_Parser parser, const char *body, std::uint32_t length, void *data,
            XML_StartElementHandler onStart, XML_EndElementHandler onEnd,
            XML_CharacterDataHandler onText) {
@@ -18,6 +31,8 @@ bool parse(XML_Parser parser, const char *body, std::uint32_t length, void *data
         return false;
     }
     XML_SetUserData(parser, data);
+    XML_UseParserAsHandlerArg(parser);
+    XML_SetStartDoctypeDeclHandler(parser, onDoctype);
     XML_SetElementHandler(parser, onStart, onEnd);
     XML_SetCharacterDataHandler(parser, onText);
     return XML_Parse(parser, body, static_cast<int>(length), XML_TRUE) == XML_STATUS_OK;
@@ -44,8 +59,8 @@ struct ControlReading {
     std::uint32_t count;
 };
 
-void onControl(void *data, const char *name, const char **attributes) {
-    auto &reading = *static_cast<ControlReading *>(data);
+void onControl(void *parser, const char *name, const char **attributes) {
+    auto &reading = readingOf<ControlReading>(parser);
     if (std::strcmp(name, "control") != 0 || reading.count >= reading.room) {
         return;
     }
@@ -65,8 +80,8 @@ struct DataReading {
     std::uint32_t length;
 };
 
-void onDataStart(void *data, const char *name, const char **attributes) {
-    auto &reading = *static_cast<DataReading *>(data);
+void onDataStart(void *parser, const char *name, const char **attributes) {
+    auto &reading = readingOf<DataReading>(parser);
     if (std::strcmp(name, "data") != 0 || reading.hasText) {
         return;
     }
@@ -77,14 +92,14 @@ void onDataStart(void *data, const char *name, const char **attributes) {
     reading.isOpen = true;
 }
 
-void onDataEnd(void *data, const char *name) {
+void onDataEnd(void *parser, const char *name) {
     if (std::strcmp(name, "data") == 0) {
-        static_cast<DataReading *>(data)->isOpen = false;
+        readingOf<DataReading>(parser).isOpen = false;
     }
 }
 
-void onDataText(void *data, const char *text, int length) {
-    auto &reading = *static_cast<DataReading *>(data);
+void onDataText(void *parser, const char *text, int length) {
+    auto &reading = readingOf<DataReading>(parser);
     if (reading.isOpen) {
         const std::uint32_t fits =
             std::min(static_cast<std::uint32_t>(length), reading.room - reading.length);

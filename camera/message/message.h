@@ -8,6 +8,8 @@
 // Control body: <message><control class="1" value="1"/>...</message>, an element for each entry.
 // Data body: <message><data type="5">text</data></message>.
 //
+// A body with a document type declaration counts as one that cannot be parsed.
+//
 // The parser is the caller's; each call starts it afresh, and may follow any other.
 #pragma once
 

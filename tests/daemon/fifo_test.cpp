@@ -139,7 +139,8 @@ TEST_F(FifoTest, ReportsWhatItCannotFrame) {
 
 TEST_F(FifoTest, ReportsWhatItCannotParse) {
     for (const auto &[type, kind] : {std::pair('\2', "control"), {'\3', "data"}}) {
-        for (const char *body : {"<message><control", "no XML", "<a/><b/>", "<m>\x01</m>"}) {
+        for (const char *body : {"<message><control", "no XML", "<a/><b/>", "<m>\x01</m>",
+                                 "<!DOCTYPE m [<!ENTITY e 'e'>]><m>&e;</m>"}) {
             const std::string log = receive(message(static_cast<unsigned char>(type), body)).log;
             EXPECT_NE(std::string::npos, log.find("debug [FIFO Message] Parse " +
                                                   std::string(kind) + " message error! [LINE:"))
