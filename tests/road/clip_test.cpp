@@ -124,7 +124,7 @@ TEST(Clip, ReportsFilesThatItCannotPlay) {
         {"/no/such/clip.wav", "Open /no/such/clip.wav fail.\n"},
         {"/tmp", "Parse /tmp fail.\n"},
         {eightBits.path(), "Only support 16-bit samples at present.\n"},
-        {"/" + std::string(300, 'p'), "Open /" + std::string(58, 'p') + " fail.\n"}};
+        {"/" + std::string(250, 'p'), "Open /var/run/clips/" + std::string(44, 'p') + " fail.\n"}};
     for (const auto &[path, report] : clips) {
         const std::string lines = "[wav] : " + report + "Open audio clip file fail!\n";
         start(camera, path);

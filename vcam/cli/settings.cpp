@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -23,24 +24,8 @@ constexpr unsigned char dataMessage = 3;
 constexpr std::size_t headerSize = 4;
 constexpr std::size_t longestSetting = 4096; // key and value
 constexpr std::size_t timeWidth = 12;        // "HH:MM:SS.mmm" at the start of a log line
-
-std::string escaped(const std::string &text) {
-    std::string result;
-    for (const char character : text) {
-        switch (character) {
-        case '&':
-            result += "&amp;";
-            break;
-        case '<':
-            result += "&lt;";
-            break;
-        default:
-            result += character;
-            break;
-        }
-    }
-    return result;
-}
+constexpr std::size_t longestLocation = 59;  // that the daemon takes of a clip's
+constexpr char clipPlace[] = "/var/run/clips/";
 
 // Writes one message, in one piece, to the daemon's control FIFO.
 void sendMessage(const CameraDir &dir, unsigned char type, const std::string &body) {
@@ -57,6 +42,36 @@ void sendMessage(const CameraDir &dir, unsigned char type, const std::string &bo
     if (write(fifo.get(), message.data(), message.size()) != static_cast<ssize_t>(message.size())) {
         throw CameraError(std::string("cannot write to the control FIFO: ") + std::strerror(errno));
     }
+}
+
+bool isPlain(char character) {
+    return std::isalnum(static_cast<unsigned char>(character)) != 0 ||
+           std::strchr("._-", character) != nullptr;
+}
+
+// What the daemon is told for a clip: the file's path, or, when that is too long for a message or
+// holds what a message may not carry, a link to it among the camera's own files.
+std::string locationOf(const CameraDir &dir, const fs::path &file) {
+    std::string path = fs::absolute(file).string();
+    const auto passes = [](char character) { return character == '/' || isPlain(character); };
+    if (path.size() <= longestLocation && std::all_of(path.begin(), path.end(), passes)) {
+        return path;
+    }
+    std::string name = file.filename().string();
+    std::replace_if(
+        name.begin(), name.end(), [](char character) { return !isPlain(character); }, '_');
+    const std::size_t room = longestLocation - std::strlen(clipPlace);
+    const std::string location = clipPlace + name.substr(name.size() - std::min(name.size(), room));
+    const fs::path link = dir.place(location);
+    try {
+        fs::create_directories(link.parent_path());
+        fs::remove(link);
+        fs::create_symlink(path, link);
+    } catch (const fs::filesystem_error &error) {
+        throw CameraError("cannot place the clip in the camera, where its path is short enough: " +
+                          std::string(error.what()));
+    }
+    return location;
 }
 
 void sendControl(const CameraDir &dir, int value) {
@@ -84,8 +99,7 @@ void setValue(const CameraDir &dir, const std::string &key, const std::string &v
 int startClip(const CameraDir &dir, const std::string &file) {
     dir.requireRunning();
     sendMessage(dir, dataMessage,
-                R"(<message><data type="5">)" + escaped(fs::absolute(file).string()) +
-                    "</data></message>");
+                R"(<message><data type="5">)" + locationOf(dir, file) + "</data></message>");
     sendControl(dir, 1);
     return 0;
 }
