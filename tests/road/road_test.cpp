@@ -96,7 +96,13 @@ TEST(Road, SaysWhatIsWrong) {
                   "vcam: a camera is already running in " + camera.dir().string() + "\n");
     expectRefused(camera.vcam({"cast", "/no/such/file.wav"}),
                   "vcam: cannot read /no/such/file.wav: ");
+    // What would run without the board is not run.
+    expectRefused(camera.vcam({"exec", "/usr/bin/su"}),
+                  "vcam: the board cannot be loaded into /usr/bin/su, which is given rights");
     EXPECT_EQ(0, camera.end(SIGTERM));
+    const Finished unguarded = camera.vcam({"--board", speech, "run"});
+    EXPECT_EQ(1, unguarded.status);
+    EXPECT_NE(std::string::npos, unguarded.err.find("vcam: the board does not load into "));
     expectRefused(camera.vcam({"cast", speech}), "vcam: no camera is running in ");
     const TemporaryDirectory full;
     std::ofstream(full.path() / "mine") << "x";

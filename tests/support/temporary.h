@@ -10,7 +10,7 @@
 class TemporaryDirectory {
 public:
     TemporaryDirectory() {
-        char name[] = "/tmp/voxo-test-XXXXXX";
+        char name[] = "/tmp/a test's: longer than 40, and with blanks; XXXXXX";
         path_ = mkdtemp(name);
     }
     TemporaryDirectory(const TemporaryDirectory &) = delete;

@@ -1,9 +1,11 @@
 // Reaches the board by every name that a program's C library may know it by, and says what it
 // found. Built plain, fortified and for 64-bit files, it runs preloaded on a camera.
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/ipc.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -11,8 +13,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 namespace {
 
@@ -48,6 +53,38 @@ void checkDevices(int flags) {
     expect(munmap(page, 4096) == 0, "unmap it");
     expect(open("/dev/no-such-device", flags) == -1 && errno == ENOENT, "an open that fails");
     expect(open("/dev/null", flags) > 2, "another device");
+}
+
+// The board keeps track of so many descriptors; past them nothing must reach this PC's own devices.
+void checkPastTheTable() {
+    const rlimit many = {2048, 2048};
+    expect(setrlimit(RLIMIT_NOFILE, &many) == 0, "room for descriptors");
+    const int device = open("/dev/sys", O_RDWR);
+    for (int last = device; last >= 0 && last < 1100; last = dup(STDOUT_FILENO)) {
+    }
+    expect(open("/dev/sys", O_RDWR) == -1 && errno == EMFILE, "no descriptor is left");
+    expect(dup(device) == -1 && errno == EMFILE, "no copy is left");
+}
+
+// What is listed and looked at is what is opened.
+void checkViews() {
+    struct statx status = {};
+    expect(statx(AT_FDCWD, "/dev/ao", 0, STATX_TYPE, &status) == 0 && S_ISCHR(status.stx_mode),
+           "statx");
+    expect(mkdir("/var/run/probe", 0700) == 0, "mkdir");
+    int entries = 0;
+    for (const char *const path : {"/var/run", "/dev"}) {
+        DIR *const directory = opendir(path);
+        while (const dirent *const entry = readdir(directory)) {
+            const char *const name = entry->d_name;
+            entries += std::strcmp(name, "probe") == 0 || std::strcmp(name, "ao") == 0 ? 1 : 0;
+        }
+        closedir(directory);
+    }
+    expect(entries == 2, "readdir");
+    char place[PATH_MAX];
+    expect(realpath("/var/run/probe", place) != nullptr && access(place, F_OK) == 0, "realpath");
+    expect(rmdir("/var/run/probe") == 0 && access(place, F_OK) == -1, "rmdir");
 }
 
 void checkPaths() {
@@ -88,6 +125,8 @@ int main() {
     checkDevices(O_RDWR);
     checkPaths();
     checkSockets();
+    checkViews();
+    checkPastTheTable();
     std::printf("probe: %d failures\n", failures);
     return failures == 0 ? 0 : 1;
 }

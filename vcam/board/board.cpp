@@ -92,20 +92,9 @@ void boardLog(const Board &board, const char *format, ...) {
     board.time.wake(log.written);
 }
 
-void boardMarkStart(const Board &board) {
-    StartRegisters &start = board.registers.start;
-    const std::uint64_t now = board.time.now();
-    start.beginLow = static_cast<std::uint32_t>(now);
-    start.beginHigh = static_cast<std::uint32_t>(now >> 32);
-    start.deviceOpen = 0;
-    start.firstPeriod = 0;
-}
-
 void boardMark(const Board &board, Register &mark) {
-    if (mark == 0) {
-        const StartRegisters &start = board.registers.start;
-        const std::uint64_t begin = std::uint64_t{start.beginHigh} << 32 | start.beginLow;
-        const std::uint64_t micros = (board.time.now() - begin) / nanosecondsPerMicrosecond;
+    if (mark == 0 && board.start != 0) {
+        const std::uint64_t micros = (board.time.now() - board.start) / nanosecondsPerMicrosecond;
         mark = static_cast<std::uint32_t>(std::max<std::uint64_t>(micros, 1));
     }
 }

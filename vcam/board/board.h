@@ -13,6 +13,7 @@ struct Board {
     BoardRegisters &registers;
     int memoryFd; // physical memory: byte n of the file is at physical address n
     BoardTime &time;
+    std::uint64_t start = 0; // the clock when this process was started; 0: it is not timed
 };
 
 // Bytes that the file of physical memory spans; most of them are never written.
@@ -39,8 +40,7 @@ bool boardCopyFromCaller(const CallerBlock *blocks, std::size_t count, std::size
 // Appends to the kernel's log.
 [[gnu::format(printf, 2, 3)]] void boardLog(const Board &board, const char *format, ...);
 
-// Notes that the daemon's process starts now, and that it has reached a mark for the first time.
-void boardMarkStart(const Board &board);
+// Notes how long after its start this process reached a mark, if it is the first to do so.
 void boardMark(const Board &board, Register &mark);
 
 // Whether a process runs.

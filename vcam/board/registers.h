@@ -14,7 +14,7 @@ using Register = std::atomic<std::uint32_t>;
 static_assert(sizeof(Register) == 4 && Register::is_always_lock_free);
 
 constexpr std::uint32_t boardMagic = 0x6D616376; // "vcam"
-constexpr std::uint32_t boardLayout = 2;
+constexpr std::uint32_t boardLayout = 3;
 
 constexpr std::uint32_t aoChannelCount = 16;
 constexpr std::uint32_t aoQueueRoom = 50;     // periods, of any device attributes
@@ -146,8 +146,6 @@ struct NeighbourRegisters {
 
 // How soon the daemon gets going: microseconds from its process's start, 0: not yet.
 struct StartRegisters {
-    Register beginLow; // the clock at the start, in nanoseconds
-    Register beginHigh;
     Register deviceOpen;  // the AO device was enabled
     Register firstPeriod; // the AO driver took the first period
 };

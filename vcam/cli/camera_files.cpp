@@ -1,6 +1,7 @@
 #include "vcam/cli/camera_files.h"
 
 #include "vcam/cli/sample_config.h"
+#include "vcam/preload/camera_paths.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -32,9 +33,12 @@ UniqueFd lockDirectory(const CameraDir &dir) {
 }
 
 CameraFiles::CameraFiles(const CameraDir &dir) : dir_(dir) {
-    remove();
+    removeRunning();
     for (const char *path : {streamSocketPath, tesselSocketPath, logSocketPath}) {
         fs::create_directories(dir.place(path).parent_path());
+    }
+    for (const char *path : cameraDevicePaths) {
+        fs::create_symlink("/dev/null", dir.place(path));
     }
     writePidFile(dir.place(videoPidPath), getpid());
     writePidFile(dir.place(encoderPidPath), getpid());
@@ -43,14 +47,19 @@ CameraFiles::CameraFiles(const CameraDir &dir) : dir_(dir) {
     }
 }
 
-void CameraFiles::remove() {
+CameraFiles::~CameraFiles() {
+    removeRunning();
     std::error_code ignored;
-    for (const char *place : {"var/run", "tmp/tessel", "usr/sbin", "dev/log"}) {
+    fs::remove_all(dir_.place(tesselProgramPath).parent_path(), ignored);
+    for (const char *parent : {"var", "tmp", "usr"}) {
+        fs::remove(dir_.path() / parent, ignored); // unless there is something else in it
+    }
+}
+
+void CameraFiles::removeRunning() {
+    std::error_code ignored;
+    for (const char *place : {"var/run", "tmp/tessel", "dev"}) {
         fs::remove_all(dir_.path() / place, ignored);
-        const fs::path parent = (dir_.path() / place).parent_path();
-        if (parent != dir_.path() && fs::is_empty(parent, ignored)) {
-            fs::remove(parent, ignored);
-        }
     }
     fs::remove(dir_.registersFile(), ignored);
     fs::remove(dir_.memoryFile(), ignored);

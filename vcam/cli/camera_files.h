@@ -17,10 +17,12 @@ public:
     explicit CameraFiles(const CameraDir &dir);
     CameraFiles(const CameraFiles &) = delete;
     CameraFiles &operator=(const CameraFiles &) = delete;
-    ~CameraFiles() { remove(); }
+    ~CameraFiles();
 
 private:
-    void remove();
+    // Removes what a camera that runs has made, but for the file that its settings snapshot is
+    // known by: the next one in the directory frees what a killed one has left under it.
+    void removeRunning();
 
     const CameraDir &dir_;
 };

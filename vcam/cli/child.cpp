@@ -88,7 +88,8 @@ int Child::end(const sigset_t &signals, std::chrono::seconds patience,
         if (signal == SIGUSR1) {
             onEncoder();
         } else if (signal == SIGINT || signal == SIGTERM || (signal < 0 && errno == EAGAIN)) {
-            std::cerr << "vcam: voxo does not end and is killed\n";
+            std::cerr << (signal < 0 ? "vcam: voxo does not end in time and is killed\n"
+                                     : "vcam: told to end a second time: voxo is killed\n");
             kill(SIGKILL);
             waitpid(pid_, nullptr, 0);
             pid_ = 0;

@@ -10,7 +10,6 @@
 #include <vector>
 
 struct RunOptions {
-    std::string voxo;   // the daemon's program; empty: the one beside this program
     std::string config; // configuration file; empty: one in the camera's directory
     bool fast = false;  // periods are played as they come
     bool deaf = false;  // periods are dropped by the driver

@@ -11,10 +11,10 @@ int execOnCamera(const CameraDir &dir, const Target &target,
     if (program.empty()) {
         throw CameraError("exec needs a program");
     }
+    requireBoardIn(dir, target, program[0]);
     const std::vector<std::string> command = commandOn(target, program);
     const std::vector<char *> arguments = argumentsOf(command);
     enterBoard(dir, target);
-    boardMarkStart(MappedBoard(dir, MappedBoard::Mode::open).board());
     execvp(arguments[0], arguments.data());
     throw CameraError("cannot run " + command[0] + ": " + std::strerror(errno));
 }

@@ -17,15 +17,15 @@ void addTarget(CLI::App &app, Target &target) {
                    "The board's library, built for that processor (default: this PC's)")
         ->envname("VCAM_BOARD")
         ->check(CLI::ExistingFile);
+    app.add_option("--voxo", target.voxo, "The daemon's program (default: the one beside vcam)")
+        ->envname("VCAM_VOXO")
+        ->check(CLI::ExistingFile);
 }
 
 void addRun(CLI::App &app, RunOptions &options, std::function<int()> &command,
             const std::string &dir, const Target &target) {
     CLI::App *const run =
         app.add_subcommand("run", "Start a camera with the daemon on it; Ctrl-C ends both");
-    run->add_option("--voxo", options.voxo, "The daemon's program (default: the one beside vcam)")
-        ->envname("VCAM_VOXO")
-        ->check(CLI::ExistingFile);
     run->add_option("--config", options.config,
                     "Its configuration file (default: voxo.xml in the camera's directory)")
         ->check(CLI::ExistingFile);

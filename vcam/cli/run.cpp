@@ -52,12 +52,11 @@ void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
     }
 }
 
-std::vector<std::string> daemonCommand(const CameraDir &dir, const RunOptions &options) {
-    const std::string voxo = options.voxo.empty() ? besideThisProgram("bin/voxo").string()
-                                                  : fs::absolute(options.voxo).string();
+std::vector<std::string> daemonCommand(const CameraDir &dir, const Target &target,
+                                       const RunOptions &options) {
     const std::string config =
         options.config.empty() ? dir.configFile().string() : fs::absolute(options.config).string();
-    return {voxo, "-c", config, "-p", voxoPidPath};
+    return {target.voxoFile(), "-c", config, "-p", voxoPidPath};
 }
 
 // Waits for signals until the camera is to end. Returns the exit status.
@@ -110,10 +109,9 @@ int runCamera(const CameraDir &dir, const Target &target, const RunOptions &opti
     if (options.bare) {
         std::cout << "vcam: the board is up, without the daemon" << std::endl;
     } else {
-        daemon.start(commandOn(target, daemonCommand(dir, options)), [&] {
-            enterBoard(dir, target);
-            boardMarkStart(board.board());
-        });
+        requireBoard(dir, target);
+        daemon.start(commandOn(target, daemonCommand(dir, target, options)),
+                     [&] { enterBoard(dir, target); });
     }
     const int status = supervise(daemon, board.registers(), signals);
     std::cout << "vcam: the camera has ended" << std::endl;

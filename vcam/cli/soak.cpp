@@ -96,15 +96,15 @@ public:
           player_(board_.board(), listener_) {
         board_.registers().pace = paceAsTheyCome;
         startSettings();
-        daemon_.start({besideThisProgram("bin/voxo").string(), "-c", dir.configFile().string(),
-                       "-p", voxoPidPath},
-                      [&dir] {
-                          enterBoard(dir, Target{});
-                          const int out = open((dir.path() / "voxo.log").c_str(),
-                                               O_WRONLY | O_CREAT | O_TRUNC, 0600);
-                          dup2(out, STDOUT_FILENO);
-                          dup2(out, STDERR_FILENO);
-                      });
+        requireBoard(dir, Target{});
+        daemon_.start(
+            {Target{}.voxoFile(), "-c", dir.configFile().string(), "-p", voxoPidPath}, [&dir] {
+                enterBoard(dir, Target{});
+                const int out =
+                    open((dir.path() / "voxo.log").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+                dup2(out, STDOUT_FILENO);
+                dup2(out, STDERR_FILENO);
+            });
         sender_.emplace(dir);
         intruder_.emplace(dir);
         intruder_->settle();

@@ -66,6 +66,11 @@ BoardRegisters *mapRegisters() {
     _exit(1);
 }
 
+std::uint64_t startTime() {
+    const char *const text = std::getenv(startTimeVariable);
+    return text != nullptr ? std::strtoull(text, nullptr, 10) : 0;
+}
+
 // Takes the camera's directory from the environment, before the daemon's first call.
 [[gnu::constructor]] void powerUp() {
     const char *const dir = std::getenv(cameraDirVariable);
@@ -84,8 +89,11 @@ BoardRegisters *mapRegisters() {
         refuseToRun("no memory of the board");
     }
     auto *const time = new (timeMemory) SystemBoardTime;
-    auto *const board = new (boardMemory) Board{*registers, memoryFd, *time};
+    auto *const board = new (boardMemory) Board{*registers, memoryFd, *time, startTime()};
     new (devicesMemory) BoardDevices(*board);
+    if (std::getenv(probeVariable) != nullptr) {
+        _exit(boardIsLoaded);
+    }
 }
 
 } // namespace
@@ -115,23 +123,25 @@ bool callFails(FailingCall call) {
     return true;
 }
 
-int openDevice(const char *path) {
+bool openDevice(const char *path, int *fd) {
     BoardDevice *const device = cameraDir() != nullptr ? devices().find(path) : nullptr;
     if (device == nullptr) {
-        return -1;
+        return false;
     }
     const int low = rawOpen("/dev/null", O_RDWR);
-    const int fd = static_cast<int>(syscall(SYS_fcntl, low, F_DUPFD_CLOEXEC, lowestDescriptor));
+    *fd = static_cast<int>(syscall(SYS_fcntl, low, F_DUPFD_CLOEXEC, lowestDescriptor));
+    const int error = errno;
     syscall(SYS_close, low);
-    if (fd >= descriptorCount) {
-        syscall(SYS_close, fd);
-        return -1;
+    errno = error;
+    if (*fd >= descriptorCount) {
+        syscall(SYS_close, *fd);
+        *fd = -1;
+        errno = EMFILE;
+    } else if (*fd >= 0) {
+        openDevices[*fd] = {device, {UINT32_MAX}};
+        isOpenDevice[*fd] = true;
     }
-    if (fd >= 0) {
-        openDevices[fd] = {device, {UINT32_MAX}};
-        isOpenDevice[fd] = true;
-    }
-    return fd;
+    return true;
 }
 
 OpenDevice *openDeviceOf(int fd) {
@@ -148,13 +158,18 @@ void forgetDevice(int fd) {
     }
 }
 
-void copyDevice(int fd, int copy) {
+int copyDevice(int fd, int copy) {
     const OpenDevice *const open = openDeviceOf(fd);
-    if (copy < 0 || copy >= descriptorCount) {
-        return;
+    if (copy >= descriptorCount && open != nullptr) {
+        syscall(SYS_close, copy);
+        errno = EMFILE;
+        return -1;
     }
-    if (open != nullptr) {
-        openDevices[copy] = *open;
+    if (copy >= 0 && copy < descriptorCount) {
+        if (open != nullptr) {
+            openDevices[copy] = *open;
+        }
+        isOpenDevice[copy] = open != nullptr;
     }
-    isOpenDevice[copy] = open != nullptr;
+    return copy;
 }

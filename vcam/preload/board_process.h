@@ -32,9 +32,10 @@ struct FailingCall {
 // Counts a call. True, with errno set, when the board is to fail it this time.
 bool callFails(FailingCall call);
 
-// Opens a device file: its descriptor, or -1 when the path is no device's. The descriptor is a real
-// one, of the null device, so that its number is taken.
-int openDevice(const char *path);
+// Opens a device file: false when the path is no device's, else *fd is its descriptor, or -1 with
+// errno when there is none left for it. The descriptor is a real one, of the null device, so that
+// its number is taken.
+bool openDevice(const char *path, int *fd);
 
 // The open device file that a descriptor stands for, or null.
 struct OpenDevice {
@@ -45,6 +46,7 @@ OpenDevice *openDeviceOf(int fd);
 
 int deviceCommand(OpenDevice &open, unsigned long request, void *record);
 
-// Notes that a descriptor has been closed, or that `copy` has become a copy of `fd`.
+// Notes that a descriptor has been closed, or that `copy` has become a copy of `fd`, if it is not
+// negative. The copy, or -1 with errno when the board has no room for it.
 void forgetDevice(int fd);
-void copyDevice(int fd, int copy);
+int copyDevice(int fd, int copy);

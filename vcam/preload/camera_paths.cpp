@@ -2,13 +2,16 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
 constexpr char runPrefix[] = "/var/run/";
-constexpr const char *wholePaths[] = {"/tmp/tessel", "/usr/sbin/tessel", "/dev/log"};
+constexpr const char *wholePaths[] = {"/var/run", "/tmp/tessel", "/usr/sbin/tessel", "/dev",
+                                      "/dev/log"};
 
 bool startsWith(const char *text, const char *start) {
     return std::strncmp(text, start, std::strlen(start)) == 0;
@@ -18,15 +21,20 @@ bool isInside(const char *dir, const char *path) {
     return startsWith(path, dir) && path[std::strlen(dir)] == '/';
 }
 
+template <std::size_t Size>
+bool isAmong(const char *const (&paths)[Size], const char *path) {
+    return std::any_of(std::begin(paths), std::end(paths),
+                       [path](const char *one) { return std::strcmp(path, one) == 0; });
+}
+
 } // namespace
 
+bool isDevicePath(const char *path) {
+    return isAmong(cameraDevicePaths, path);
+}
+
 bool isCameraPath(const char *path) {
-    for (const char *whole : wholePaths) {
-        if (std::strcmp(path, whole) == 0) {
-            return true;
-        }
-    }
-    return startsWith(path, runPrefix);
+    return isAmong(wholePaths, path) || isDevicePath(path) || startsWith(path, runPrefix);
 }
 
 const char *placeOf(const char *dir, const char *path, char *buffer) {

@@ -5,14 +5,26 @@
 
 #include <cstddef>
 
-// Environment variable that names the directory to the daemon's process.
+// Environment variables of a program on the board: the camera's directory, the moment at which the
+// program was started (nanoseconds of the monotonic clock), and, if it is only to be seen whether
+// the board loads into it, the mark of that. Such a program ends with boardIsLoaded before it
+// begins.
 constexpr char cameraDirVariable[] = "VCAM_DIR";
+constexpr char startTimeVariable[] = "VCAM_START";
+constexpr char probeVariable[] = "VCAM_PROBE";
+constexpr int boardIsLoaded = 86;
 
 // Files in the directory that are not the camera's own.
 constexpr char cameraRegistersFile[] = "/board";
 constexpr char cameraMemoryFile[] = "/memory";
 
 constexpr std::size_t cameraPathRoom = 4096;
+
+// The drivers' files. In the camera's directory a link to the null device stands for each of them;
+// opening one by the camera's path leads to the board's model instead.
+constexpr const char *cameraDevicePaths[] = {
+    "/dev/acodec", "/dev/ao", "/dev/logmpp", "/dev/mem", "/dev/mmz_userdev", "/dev/sys", "/dev/vb"};
+bool isDevicePath(const char *path);
 
 // Whether the camera looks for this path, so that it lies in the directory.
 bool isCameraPath(const char *path);

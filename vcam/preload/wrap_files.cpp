@@ -21,11 +21,9 @@ int openPath(int dirFd, const char *path, int flags, mode_t mode) {
     if (callFails("open")) {
         return -1;
     }
-    if (path != nullptr && path[0] == '/') {
-        const int device = openDevice(path);
-        if (device >= 0) {
-            return device;
-        }
+    int device = -1;
+    if (path != nullptr && path[0] == '/' && openDevice(path, &device)) {
+        return device;
     }
     char buffer[cameraPathRoom];
     return static_cast<int>(syscall(SYS_openat, dirFd, cameraPlaceOf(path, buffer), flags, mode));
@@ -74,10 +72,8 @@ int controlFile(int fd, int command, void *argument) {
 #else
     const auto result = static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
 #endif
-    if (result >= 0 && (command == F_DUPFD || command == F_DUPFD_CLOEXEC)) {
-        copyDevice(fd, result);
-    }
-    return result;
+    const bool isCopy = command == F_DUPFD || command == F_DUPFD_CLOEXEC;
+    return isCopy ? copyDevice(fd, result) : result;
 }
 
 } // namespace
@@ -132,24 +128,18 @@ INTERPOSE(int, close, (int fd)) {
 }
 
 INTERPOSE(int, dup, (int fd)) {
-    const auto copy = static_cast<int>(syscall(SYS_dup, fd));
-    copyDevice(fd, copy);
-    return copy;
+    return copyDevice(fd, static_cast<int>(syscall(SYS_dup, fd)));
 }
 
 INTERPOSE(int, dup2, (int fd, int copy)) {
     if (fd == copy) {
         return controlFile(fd, F_GETFD, nullptr) < 0 ? -1 : copy;
     }
-    const auto result = static_cast<int>(syscall(SYS_dup3, fd, copy, 0));
-    copyDevice(fd, result);
-    return result;
+    return copyDevice(fd, static_cast<int>(syscall(SYS_dup3, fd, copy, 0)));
 }
 
 INTERPOSE(int, dup3, (int fd, int copy, int flags)) {
-    const auto result = static_cast<int>(syscall(SYS_dup3, fd, copy, flags));
-    copyDevice(fd, result);
-    return result;
+    return copyDevice(fd, static_cast<int>(syscall(SYS_dup3, fd, copy, flags)));
 }
 
 INTERPOSE(int, fcntl, (int fd, int command, ...)) {

@@ -3,7 +3,9 @@
 #include "vcam/preload/camera_paths.h"
 #include "vcam/preload/interpose.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <linux/limits.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -105,6 +107,10 @@ INTERPOSE(int, chmod, (const char *path, mode_t mode)) {
     if (callFails("chmod")) {
         return -1;
     }
+    if (cameraDir() != nullptr && path != nullptr && isDevicePath(path)) {
+        errno = EPERM; // what stands for it is a link to the PC's null device
+        return -1;
+    }
     char buffer[cameraPathRoom];
     return static_cast<int>(syscall(SYS_fchmodat, AT_FDCWD, cameraPlaceOf(path, buffer), mode));
 }
@@ -124,6 +130,50 @@ INTERPOSE(int, remove, (const char *path)) {
     const int result = unlinkPath(path, 0);
     return result != 0 && (errno == EISDIR || errno == EPERM) ? unlinkPath(path, AT_REMOVEDIR)
                                                               : result;
+}
+
+INTERPOSE(int, statx,
+          (int dirFd, const char *path, int flags, unsigned mask, struct statx *status)) {
+    char buffer[cameraPathRoom];
+    return static_cast<int>(
+        syscall(SYS_statx, dirFd, cameraPlaceOf(path, buffer), flags, mask, status));
+}
+
+INTERPOSE(DIR *, opendir, (const char *path)) {
+    char buffer[cameraPathRoom];
+    return nextDefinition<DIR *(*)(const char *)>("opendir")(cameraPlaceOf(path, buffer));
+}
+
+INTERPOSE(char *, realpath, (const char *path, char *resolved)) {
+    return passPath<char *>("realpath", path, resolved);
+}
+
+INTERPOSE(char *, __realpath_chk, (const char *path, char *resolved, std::size_t room)) {
+    if (room < PATH_MAX) {
+        __builtin_trap();
+    }
+    return passPath<char *>("realpath", path, resolved);
+}
+
+INTERPOSE(ssize_t, readlink, (const char *path, char *target, std::size_t size)) {
+    char buffer[cameraPathRoom];
+    return syscall(SYS_readlinkat, AT_FDCWD, cameraPlaceOf(path, buffer), target, size);
+}
+
+INTERPOSE(int, mkdir, (const char *path, mode_t mode)) {
+    char buffer[cameraPathRoom];
+    return static_cast<int>(syscall(SYS_mkdirat, AT_FDCWD, cameraPlaceOf(path, buffer), mode));
+}
+
+INTERPOSE(int, rmdir, (const char *path)) {
+    return unlinkPath(path, AT_REMOVEDIR);
+}
+
+INTERPOSE(int, rename, (const char *from, const char *to)) {
+    char fromBuffer[cameraPathRoom];
+    char toBuffer[cameraPathRoom];
+    return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, cameraPlaceOf(from, fromBuffer),
+                                    AT_FDCWD, cameraPlaceOf(to, toBuffer), 0));
 }
 
 INTERPOSE(key_t, ftok, (const char *path, int project)) {
