@@ -1,5 +1,5 @@
 # How the project is compiled. `project_warnings` hold for everything, `project_flags` add the
-# sanitizers of a build that has some, `product_flags` what the code on the camera gives up:
+# sanitizers of a build that has some and the guards of buffers, `product_flags` what the code on the camera gives up:
 # exceptions, run-time type information and guarded statics, so that it needs no C++ runtime library.
 # A release of the product is compiled for size; compile_for_speed() excepts its sample loops.
 
@@ -8,8 +8,17 @@ target_compile_options(project_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wno-format-nonliteral -Werror
     -Wno-psabi) # notes on what older compilers did on ARM
 
+# A release guards its stack, is bound at its start and read-only from then on as far as it can be,
+# and does not tell where it was built.
+target_compile_options(project_warnings INTERFACE
+    $<$<CONFIG:Release>:-fstack-protector-strong>
+    "$<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>"
+    "$<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
+target_link_options(project_warnings INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+
 add_library(project_flags INTERFACE)
 target_link_libraries(project_flags INTERFACE project_warnings)
+target_compile_options(project_flags INTERFACE $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
 
 if(VOXO_SANITIZE)
     # The sanitizers' own code makes g++ see uninitialised values and faults in its library.
@@ -27,11 +36,11 @@ target_compile_options(product_flags INTERFACE
     -fno-unwind-tables>)
 
 # What links to a file of the product: only what is called stays, only libraries that are called are
-# loaded; all of it is bound at the start, and what was written for that is read-only from then on.
+# loaded.
 add_library(product_link INTERFACE)
 target_link_options(product_link INTERFACE
     -static-libgcc
-    LINKER:--gc-sections,--as-needed,--hash-style=gnu,-z,relro,-z,now)
+    LINKER:--gc-sections,--as-needed,--hash-style=gnu)
 
 # compile_for_speed(<source>...): sources of the calling folder that are mostly sample loops.
 function(compile_for_speed)

@@ -4,8 +4,12 @@
 include(GNUInstallDirs)
 set(packaging ${CMAKE_SOURCE_DIR}/packaging)
 
-# Beside the daemon's own tree no library is looked for but where the system has them.
-set_target_properties(voxo PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
+# Beside the daemon's own tree no library is looked for but where the system has them. The build has the
+# same path as the installation: one that is rewritten is padded, with an entry that names nothing and
+# means the current directory.
+set_target_properties(voxo PROPERTIES
+    INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR}
+    BUILD_WITH_INSTALL_RPATH ON)
 install(TARGETS voxo RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT voxo)
 install(PROGRAMS ${packaging}/voxo.init
     DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/init.d RENAME voxo COMPONENT voxo)
