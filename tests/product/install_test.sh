@@ -87,7 +87,17 @@ kill -STOP "$(cat "$pid_file")" # it hangs, and does not heed the signal to end
 expect 0 stop
 [ ! -e "$pid_file" ] || fail "the PID file is still there"
 
-# Another process's number in the PID file: that process is left alone.
+# Another process's number in the PID file: that process is left alone, and the daemon is found all the
+# same, as it is with an empty file.
+expect 0 start
+for content in "$camera" ""; do
+    echo "$content" >"$pid_file"
+    expect 0 status
+    expect 0 reload
+done
+expect 0 stop
+kill -0 "$camera"
+[ ! -e "$pid_file" ] || fail "the PID file is still there"
 echo "$camera" >"$pid_file"
 expect 1 status
 expect 7 reload
