@@ -1,6 +1,6 @@
 #include "bench/tireless_driver.h"
 
-#include "mpp/code/mpi/src/mpi_vb/vb_record.h"
+#include "mpp/code/mpi/src/mpi_vb/mmz_record.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 #include "mpp/device/device.h"
 

@@ -1,6 +1,6 @@
 #include "vcam/board/zone_device.h"
 
-#include "mpp/code/mpi/src/mpi_vb/vb_record.h"
+#include "mpp/code/mpi/src/mpi_vb/mmz_record.h"
 
 #include <unistd.h>
 

@@ -1,6 +1,6 @@
 // The block allocator of the audio output.
 #include "mpp/code/lazy_device.h"
-#include "mpp/code/mpi/src/mpi_vb/mmz_record.h"
+#include "mpp/code/mpi/src/mpi_vb/mmz_request.h"
 #include "mpp/code/record_address.h"
 #include "mpp/include/mpp_vb.h"
 

@@ -1,7 +1,7 @@
 // The system block allocator.
 #include "base/mutex_guard.h"
 #include "mpp/code/lazy_device.h"
-#include "mpp/code/mpi/src/mpi_vb/mmz_record.h"
+#include "mpp/code/mpi/src/mpi_vb/mmz_request.h"
 #include "mpp/code/mpp_report.h"
 #include "mpp/code/record_address.h"
 #include "mpp/include/mpp_sys.h"

@@ -3,6 +3,7 @@
 #include "mpp/code/mpi/src/mpi_vb/vb_map.h"
 #include "mpp/code/mpi/src/mpi_vb/vb_record.h"
 #include "mpp/code/mpp_report.h"
+#include "mpp/code/record_name.h"
 #include "mpp/include/mpp_vb.h"
 
 #include <cstdio>

@@ -1,9 +1,9 @@
 // The module's start and end, and the life of its channels.
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_channel.h"
 
-#include "base/mutex_guard.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_dump.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_engine.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
 #include "mpp/device/device.h"
 #include "mpp/include/mpp_bind.h"
 #include "mpp/include/mpp_vb.h"
@@ -81,11 +81,10 @@ void tellProcessingOff(std::uint32_t dev, std::uint32_t chn) {
 // caller from enabling a channel before the module has started. The locks are there from the
 // process's start and stay.
 void releaseChannels() {
-    for (std::uint32_t chn = 0; chn < AO_CHN_NUM; ++chn) {
-        AoChannel &channel = aoChannels[chn];
+    for (AoChannel &channel : aoChannels) {
         const MutexGuard guard(channel.lock);
         aoEngineDestroy(channel.engine);
-        aoDumpEnd(chn);
+        aoDumpEnd(channel);
         freeBuffers(channel);
         static_cast<AoChannelState &>(channel) = {};
     }
@@ -122,16 +121,11 @@ std::int32_t MPI_AO_Exit() {
 }
 
 std::int32_t HI_MPI_AO_EnableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.acquire().lock().failed()) {
+        return operation.error();
     }
-    const std::int32_t fd = aoAcquire(AoChn);
-    if (fd < 0) {
-        return fd;
-    }
-    AoChannel &channel = aoChannels[AoChn];
-    MutexGuard guard(channel.lock);
+    AoChannel &channel = operation.channel();
     if (channel.enabled != 0) {
         return 0;
     }
@@ -140,7 +134,7 @@ std::int32_t HI_MPI_AO_EnableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
                   static_cast<int>(channel.stCirBuf[0].length));
         return ERR_AO_NOMEM;
     }
-    const std::int32_t result = Device_Ioctl(fd, AO_CMD_ENABLE_CHN, nullptr);
+    const std::int32_t result = Device_Ioctl(operation.fd(), AO_CMD_ENABLE_CHN, nullptr);
     if (result != 0) {
         freeBlock(channel);
         return result;
@@ -149,7 +143,7 @@ std::int32_t HI_MPI_AO_EnableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
     if (!allocateStaging(channel)) {
         freeStaging(channel);
         freeBlock(channel);
-        guard.unlock();
+        operation.unlock();
         mppReport(CallSite::here(), "malloc err when enable ao chn!\n");
         return ERR_AO_NOMEM;
     }
@@ -158,23 +152,19 @@ std::int32_t HI_MPI_AO_EnableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
 }
 
 std::int32_t HI_MPI_AO_DisableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
-    std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.acquire().failed()) {
+        return operation.error();
     }
-    const std::int32_t fd = aoAcquire(AoChn);
-    if (fd < 0) {
-        return fd;
-    }
-    AoChannel &channel = aoChannels[AoChn];
+    AoChannel &channel = operation.channel();
     if (!isEnabled(channel)) {
         return 0;
     }
-    error = HI_MPI_AO_DisableReSmp(AoDev, AoChn);
+    const std::int32_t error = HI_MPI_AO_DisableReSmp(AoDev, AoChn);
     if (error != 0) {
         return error;
     }
-    const MutexGuard guard(channel.lock);
+    operation.lock();
     if (channel.enabled == 0) {
         return 0; // by another thread meanwhile
     }
@@ -191,36 +181,27 @@ std::int32_t HI_MPI_AO_DisableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
     freeBuffers(channel);
     // The buffers are gone whatever the driver says now, so the channel counts as disabled.
     channel.enabled = 0;
-    aoDumpEnd(AoChn);
-    return Device_Ioctl(fd, AO_CMD_DISABLE_CHN, nullptr);
+    aoDumpEnd(channel);
+    return Device_Ioctl(operation.fd(), AO_CMD_DISABLE_CHN, nullptr);
 }
 
 std::int32_t HI_MPI_AO_PauseChn(std::uint32_t AoDev, std::uint32_t AoChn) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
-    }
-    const std::int32_t fd = aoAcquire(AoChn);
-    if (fd < 0) {
-        return fd;
-    }
-    const MutexGuard guard(aoChannels[AoChn].lock);
-    return Device_Ioctl(fd, AO_CMD_PAUSE_CHN, nullptr);
+    AoOperation operation(AoDev, AoChn);
+    return operation.acquire().lock().failed()
+               ? operation.error()
+               : Device_Ioctl(operation.fd(), AO_CMD_PAUSE_CHN, nullptr);
 }
 
 std::int32_t HI_MPI_AO_ResumeChn(std::uint32_t AoDev, std::uint32_t AoChn) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    return error != 0 ? error : aoCommand(AoChn, AO_CMD_RESUME_CHN, nullptr);
+    const AoOperation operation(AoDev, AoChn);
+    return operation.failed() ? operation.error() : aoCommand(AoChn, AO_CMD_RESUME_CHN, nullptr);
 }
 
 std::int32_t MPI_AO_SetResmpDbgInfo(std::uint32_t AoDev, std::uint32_t AoChn,
                                     const AO_RESMP_DBG_S *pstInfo) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
-    }
-    if (pstInfo == nullptr) {
-        return ERR_AO_NULL_PTR;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.given(pstInfo).failed()) {
+        return operation.error();
     }
     AO_RESMP_DBG_S record = *pstInfo;
     return aoCommand(AoChn, AO_CMD_SET_RESMP_DBG, &record);
@@ -228,12 +209,9 @@ std::int32_t MPI_AO_SetResmpDbgInfo(std::uint32_t AoDev, std::uint32_t AoChn,
 
 std::int32_t MPI_AO_SetVqeDbgInfo(std::uint32_t AoDev, std::uint32_t AoChn,
                                   const AO_VQE_DBG_S *pstInfo) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
-    }
-    if (pstInfo == nullptr) {
-        return ERR_AO_NULL_PTR;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.given(pstInfo).failed()) {
+        return operation.error();
     }
     AO_VQE_DBG_S record = *pstInfo;
     return aoCommand(AoChn, AO_CMD_SET_VQE_DBG, &record);

@@ -1,15 +1,21 @@
-// The channel records, and what every operation of the module does first.
+// The channel records.
 #pragma once
 
-#include "mpp/code/mpp_report.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 #include "mpp/include/mpp_ao.h"
 
 #include <pthread.h>
 
 #include <cstdint>
+#include <cstdio>
 
 struct AoEngine;
+
+// One file of a dump.
+struct AoDumpFile {
+    std::FILE *file;       // owned, or null
+    std::uint64_t written; // bytes
+};
 
 // One sub-channel's buffer: a ring of `length` bytes. Filled is what lies between read and write
 // offset; equal offsets mean empty, or, once the writer has wrapped (bWriteJump), full. The write
@@ -41,6 +47,8 @@ struct AoChannelState {
     } resample;
     AoCircle stCirBuf[AO_SUB_CHN_NUM];      // mono or left, right
     unsigned char *staging[AO_STAGING_NUM]; // AO_PERIOD_MAX bytes each, that the driver can reach
+    AoDumpFile dumpIn;                      // both open, or none
+    AoDumpFile dumpOut;
     std::uint32_t enabled;
 };
 
@@ -51,17 +59,3 @@ struct AoChannel : AoChannelState {
 };
 
 extern AoChannel aoChannels[AO_CHN_NUM];
-
-// The slot, a channel's number, that commands to the device itself go through.
-constexpr std::uint32_t deviceSlot = 0;
-
-// The checks of the arguments, with their messages as from the calling operation.
-std::int32_t aoCheckDev(std::uint32_t dev, CallSite site = CallSite::here());
-std::int32_t aoCheckChn(std::uint32_t dev, std::uint32_t chn, CallSite site = CallSite::here());
-
-// Makes sure that the slot's descriptor is open and bound: the channel's own, or deviceSlot.
-// Returns the descriptor (above 0) or ERR_AO_NOT_READY.
-std::int32_t aoAcquire(std::uint32_t slot);
-
-// Acquires the slot's descriptor and issues a command: the driver's result, or ERR_AO_NOT_READY.
-std::int32_t aoCommand(std::uint32_t slot, std::uint32_t command, void *record);

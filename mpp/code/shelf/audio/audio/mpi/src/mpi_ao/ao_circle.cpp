@@ -1,6 +1,7 @@
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_circle.h"
 
 #include "mpp/code/mpp_report.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_device.h"
 
 #include <cstring>
 
@@ -20,7 +21,7 @@ void assertNotWrapped(const AoCircle &circle, CallSite site) {
 // tell no period that can be.
 bool readPeriod(std::uint32_t bitWidth, std::uint32_t *period, CallSite site) {
     AIO_ATTR_S attr = {};
-    if (HI_MPI_AO_GetPubAttr(device, &attr) != 0) {
+    if (aoReadAttr(&attr) != 0) {
         mppReport(site, "Get AO(%d) pub attr failed.\n", static_cast<int>(device));
         return false;
     }
@@ -83,6 +84,12 @@ std::uint32_t aoPeriodBytes(std::uint32_t points, std::uint32_t bitWidth) {
         return 0;
     }
     return points << bitWidth;
+}
+
+void aoClearCircle(AoCircle &circle) {
+    circle.u32Read = 0;
+    circle.u32Write = 0;
+    circle.bWriteJump = 0;
 }
 
 std::int32_t MPI_AO_QueryCircleBufferWriteData(std::uint32_t chn, std::uint32_t k,

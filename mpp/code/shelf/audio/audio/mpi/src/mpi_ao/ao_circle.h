@@ -28,5 +28,8 @@ void aoCopyPeriod(const AoCircle &circle, std::uint32_t period, unsigned char *d
 std::int32_t MPI_AO_UpdateCircleBufferReadPtr(std::uint32_t chn, std::uint32_t k,
                                               std::uint32_t bitWidth, std::uint32_t period);
 
+// Drops what a buffer holds.
+void aoClearCircle(AoCircle &circle);
+
 // Bytes of a period and sub-channel for `points` points, or 0 when it is empty or too large.
 std::uint32_t aoPeriodBytes(std::uint32_t points, std::uint32_t bitWidth);

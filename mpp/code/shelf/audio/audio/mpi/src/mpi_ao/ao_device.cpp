@@ -1,7 +1,7 @@
-// The device: its descriptors, attributes, and the operations that only pass a word to the driver.
-#include "base/mutex_guard.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_device.h"
+
 #include "mpp/code/lazy_device.h"
-#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_channel.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 
 #include <fcntl.h>
 
@@ -68,6 +68,10 @@ std::int32_t aoCommand(std::uint32_t slot, std::uint32_t command, void *record) 
     return fd < 0 ? fd : Device_Ioctl(fd, command, record);
 }
 
+std::int32_t aoReadAttr(AIO_ATTR_S *attr) {
+    return aoCommand(deviceSlot, AO_CMD_GET_PUB_ATTR, attr);
+}
+
 std::int32_t HI_MPI_AO_SetPubAttr(std::uint32_t AoDev, const AIO_ATTR_S *pstAttr) {
     const std::int32_t error = checkAttr(AoDev, pstAttr);
     if (error != 0) {
@@ -79,7 +83,7 @@ std::int32_t HI_MPI_AO_SetPubAttr(std::uint32_t AoDev, const AIO_ATTR_S *pstAttr
 
 std::int32_t HI_MPI_AO_GetPubAttr(std::uint32_t AoDev, AIO_ATTR_S *pstAttr) {
     const std::int32_t error = checkAttr(AoDev, pstAttr);
-    return error != 0 ? error : aoCommand(deviceSlot, AO_CMD_GET_PUB_ATTR, pstAttr);
+    return error != 0 ? error : aoReadAttr(pstAttr);
 }
 
 std::int32_t HI_MPI_AO_ClrPubAttr(std::uint32_t AoDev) {

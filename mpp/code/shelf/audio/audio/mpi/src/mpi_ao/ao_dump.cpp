@@ -1,7 +1,7 @@
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_dump.h"
 
-#include "base/mutex_guard.h"
 #include "base/unique_file.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
 #include "mpp/device/device.h"
 
 #include <unistd.h>
@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 namespace {
 
@@ -17,19 +18,6 @@ constexpr std::uint32_t unprocessedBuffer = 0;
 constexpr std::uint32_t processedBuffer = 2;
 constexpr std::uint32_t flushThreshold = 51200;
 constexpr std::uint32_t doneSize = 1;
-
-struct DumpFile {
-    std::FILE *file;
-    std::uint64_t written; // bytes
-};
-
-struct Dump {
-    bool isOpen;
-    DumpFile in;
-    DumpFile out;
-};
-
-Dump dumps[AO_CHN_NUM];
 
 // Bytes since the last flush, one count for the input and one for the output files of all channels.
 std::atomic<std::uint32_t> unflushedIn{0};
@@ -51,9 +39,9 @@ UniqueFile openFile(const AO_DUMP_S &config, const char *kind, std::uint32_t chn
     return UniqueFile(std::fopen(name, "wb+"));
 }
 
-bool openFiles(const AoChannel &channel, std::uint32_t chn, const AO_DUMP_S &config) {
+bool openFiles(AoChannel &channel, std::uint32_t chn, const AO_DUMP_S &config) {
     AIO_ATTR_S attr = {};
-    if (HI_MPI_AO_GetPubAttr(device, &attr) != 0) {
+    if (aoReadAttr(&attr) != 0) {
         return false;
     }
     const std::uint32_t inRate =
@@ -66,11 +54,12 @@ bool openFiles(const AoChannel &channel, std::uint32_t chn, const AO_DUMP_S &con
                     static_cast<int>(device), shown(chn));
         return false;
     }
-    dumps[chn] = {true, {in.release(), 0}, {out.release(), 0}};
+    channel.dumpIn = {in.release(), 0};
+    channel.dumpOut = {out.release(), 0};
     return true;
 }
 
-void append(DumpFile &dump, const void *data, std::uint32_t size, std::uint64_t limit,
+void append(AoDumpFile &dump, const void *data, std::uint32_t size, std::uint64_t limit,
             std::atomic<std::uint32_t> &unflushed) {
     if (dump.written >= limit) {
         return;
@@ -87,19 +76,19 @@ void append(DumpFile &dump, const void *data, std::uint32_t size, std::uint64_t 
 }
 
 // Tells the driver that the dump is done.
-void finish(std::int32_t fd, std::uint32_t chn, AO_DUMP_S config) {
+void finish(std::int32_t fd, AoChannel &channel, AO_DUMP_S config) {
     config.bEnable = 0;
     config.u32KBytes = doneSize;
     if (Device_Ioctl(fd, AO_CMD_SET_DUMP, &config) != 0) {
         mppReport(CallSite::here("AoSaveFile"), "Set ao dumpfile cfg error!\n");
         return;
     }
-    aoDumpEnd(chn);
+    aoDumpEnd(channel);
 }
 
 } // namespace
 
-void AoSaveFile(const AoChannel &channel, std::uint32_t chn, std::uint32_t inPoints,
+void AoSaveFile(AoChannel &channel, std::uint32_t chn, std::uint32_t inPoints,
                 std::uint32_t bitWidth) {
     const std::int32_t fd = aoAcquire(chn);
     if (fd < 0) {
@@ -111,55 +100,46 @@ void AoSaveFile(const AoChannel &channel, std::uint32_t chn, std::uint32_t inPoi
         return;
     }
     if (config.bEnable == 0) {
-        aoDumpEnd(chn);
+        aoDumpEnd(channel);
         return;
     }
-    Dump &dump = dumps[chn];
-    if (!dump.isOpen && !openFiles(channel, chn, config)) {
+    if (channel.dumpIn.file == nullptr && !openFiles(channel, chn, config)) {
         return;
     }
     const std::uint32_t size = inPoints << bitWidth;
     const std::uint64_t limit = std::uint64_t{config.u32KBytes} * 1024;
-    append(dump.in, channel.staging[unprocessedBuffer], size, limit, unflushedIn);
-    append(dump.out, channel.staging[processedBuffer], size, limit, unflushedOut);
-    if (dump.in.written >= limit || dump.out.written >= limit) {
-        finish(fd, chn, config);
+    append(channel.dumpIn, channel.staging[unprocessedBuffer], size, limit, unflushedIn);
+    append(channel.dumpOut, channel.staging[processedBuffer], size, limit, unflushedOut);
+    if (channel.dumpIn.written >= limit || channel.dumpOut.written >= limit) {
+        finish(fd, channel, config);
     }
 }
 
-void aoDumpEnd(std::uint32_t chn) {
-    Dump &dump = dumps[chn];
-    if (dump.isOpen) {
-        std::fclose(dump.in.file);
-        std::fclose(dump.out.file);
-        dump = {};
+void aoDumpEnd(AoChannelState &channel) {
+    for (AoDumpFile *const dump : {&channel.dumpIn, &channel.dumpOut}) {
+        if (dump->file != nullptr) {
+            std::fclose(dump->file);
+        }
+        *dump = {};
     }
 }
 
 std::int32_t HI_MPI_AO_SaveFile(std::uint32_t AoDev, std::uint32_t AoChn,
                                 const AO_DUMP_S *pstDump) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.given(pstDump).lock().failed()) {
+        return operation.error();
     }
-    if (pstDump == nullptr) {
-        return ERR_AO_NULL_PTR;
-    }
-    const MutexGuard guard(aoChannels[AoChn].lock);
     AO_DUMP_S record = *pstDump;
     return aoCommand(AoChn, AO_CMD_SET_DUMP, &record);
 }
 
 std::int32_t HI_MPI_AO_QueryFileStatus(std::uint32_t AoDev, std::uint32_t AoChn,
                                        std::uint32_t *pbEnable) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.given(pbEnable).lock().failed()) {
+        return operation.error();
     }
-    if (pbEnable == nullptr) {
-        return ERR_AO_NULL_PTR;
-    }
-    const MutexGuard guard(aoChannels[AoChn].lock);
     AO_DUMP_S record = {};
     const std::int32_t result = aoCommand(AoChn, AO_CMD_GET_DUMP, &record);
     if (result == 0) {

@@ -9,8 +9,8 @@
 // One frame's dump: the unprocessed data of `inPoints` points in staging buffer 0, and the
 // processed in staging buffer 2. Called with the channel's lock held. Nothing that goes wrong here
 // stops the frame.
-void AoSaveFile(const AoChannel &channel, std::uint32_t chn, std::uint32_t inPoints,
+void AoSaveFile(AoChannel &channel, std::uint32_t chn, std::uint32_t inPoints,
                 std::uint32_t bitWidth);
 
 // Closes the channel's dump files, if they are open.
-void aoDumpEnd(std::uint32_t chn);
+void aoDumpEnd(AoChannelState &channel);

@@ -84,6 +84,16 @@ std::int32_t aoEngineCreate(AoEngine **engine, const AoEngineAttr *attr) {
     return 0;
 }
 
+std::int32_t aoEngineReplace(AoEngine **engine, const AoEngineAttr *attr) {
+    AoEngine *fresh = nullptr;
+    const std::int32_t error = aoEngineCreate(&fresh, attr);
+    if (error == 0) {
+        aoEngineDestroy(*engine);
+        *engine = fresh;
+    }
+    return error;
+}
+
 void aoEngineDestroy(AoEngine *engine) {
     std::free(engine);
 }

@@ -20,6 +20,9 @@ struct AoEngineAttr {
 // ERR_AO_ENGINE (attributes out of range, no memory) with *engine null.
 std::int32_t aoEngineCreate(AoEngine **engine, const AoEngineAttr *attr);
 
+// Puts a new engine in the place of *engine, which may be null. On failure the old one stays.
+std::int32_t aoEngineReplace(AoEngine **engine, const AoEngineAttr *attr);
+
 // Frees an engine; null is passed over.
 void aoEngineDestroy(AoEngine *engine);
 

@@ -1,10 +1,9 @@
 // Frame delivery.
-#include "base/mutex_guard.h"
 #include "mpp/code/record_address.h"
-#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_channel.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_circle.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_dump.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_engine.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
 #include "mpp/device/device.h"
 #include "mpp/include/mpp_bind.h"
 
@@ -63,23 +62,23 @@ std::int32_t AoCheckFrameInfo(const AUDIO_FRAME_S &frame, const AIO_ATTR_S &attr
 }
 
 // What device, frame and period must be for a delivery to begin. The channel's lock is given back
-// before a refusal is told.
-std::int32_t checkDelivery(Delivery &delivery, MutexGuard &guard, CallSite site) {
-    if (HI_MPI_AO_GetPubAttr(delivery.dev, &delivery.attr) != 0) {
-        guard.unlock();
+// before a refusal is reported.
+std::int32_t checkDelivery(Delivery &delivery, AoOperation &operation, CallSite site) {
+    if (aoReadAttr(&delivery.attr) != 0) {
+        operation.unlock();
         mppReport(site, "can't get aodev%d's attribute!\n", shown(delivery.dev));
         return ERR_AO_NOT_CONFIG;
     }
     const std::int32_t error = AoCheckFrameInfo(delivery.frame, delivery.attr);
     if (error != 0) {
-        guard.unlock();
+        operation.unlock();
         mppReport(site, "Ao dev: %d, ao chn:%d, frame info error.\n", shown(delivery.dev),
                   shown(delivery.chn));
         return error;
     }
     const std::uint32_t points = delivery.frame.u32Len >> delivery.frame.enBitwidth;
     if (points < 1 || points > MAX_AO_POINT_NUM) {
-        guard.unlock();
+        operation.unlock();
         mppReport(site,
                   "PointNum of input frame is:%d, it's big than MAX_AO_POINT_NUM:%d, or small "
                   "than 0\n",
@@ -87,7 +86,7 @@ std::int32_t checkDelivery(Delivery &delivery, MutexGuard &guard, CallSite site)
         return ERR_AO_ILLEGAL_PARAM;
     }
     if (aoPeriodBytes(delivery.attr.u32PtNumPerFrm, delivery.attr.enBitwidth) == 0) {
-        guard.unlock();
+        operation.unlock();
         mppReport(site, "Ao dev: %d, PtNumPerFrm:%u is out of range.\n", shown(delivery.dev),
                   delivery.attr.u32PtNumPerFrm);
         return ERR_AO_ILLEGAL_PARAM;
@@ -237,13 +236,9 @@ AoFrameRecord aoFrameRecord(const AUDIO_FRAME_S &frame) {
 
 std::int32_t HI_MPI_AO_SendFrame(std::uint32_t AoDev, std::uint32_t AoChn,
                                  const AUDIO_FRAME_S *pstFrame, std::int32_t s32MilliSec) {
-    std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
-    }
-    const std::int32_t fd = aoAcquire(AoChn);
-    if (fd < 0) {
-        return fd;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.acquire().failed()) {
+        return operation.error();
     }
     if (s32MilliSec < foreverMilliSec) {
         mppReport(CallSite::here(), "s32MilliSec(%d) can not be lower than -1.\n", s32MilliSec);
@@ -254,19 +249,15 @@ std::int32_t HI_MPI_AO_SendFrame(std::uint32_t AoDev, std::uint32_t AoChn,
                   shown(AoDev), shown(AoChn));
         return ERR_AO_NULL_PTR;
     }
-    AoChannel &channel = aoChannels[AoChn];
-    MutexGuard guard(channel.lock);
-    if (channel.enabled == 0) {
-        guard.unlock();
-        mppReport(CallSite::here(), "AO chn %d is not enable\n", shown(AoChn));
-        return ERR_AO_NOT_ENABLED;
+    if (operation.lockEnabled().failed()) {
+        return operation.error();
     }
-    if (!isReady(fd)) {
+    if (!isReady(operation.fd())) {
         return ERR_AO_NOT_PERM;
     }
-    Delivery delivery = {AoDev, AoChn, fd, channel, {}, *pstFrame};
-    error = checkDelivery(delivery, guard, CallSite::here());
-    if (error == 0 && isProcessed(channel)) {
+    Delivery delivery = {AoDev, AoChn, operation.fd(), operation.channel(), {}, *pstFrame};
+    std::int32_t error = checkDelivery(delivery, operation, CallSite::here());
+    if (error == 0 && isProcessed(delivery.channel)) {
         error = process(delivery, CallSite::here());
     }
     if (error != 0) {

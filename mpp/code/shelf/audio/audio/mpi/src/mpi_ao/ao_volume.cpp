@@ -1,6 +1,6 @@
 // What changes the sound without sending any: volume, mute, clearing; and the channel's state.
-#include "base/mutex_guard.h"
-#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_channel.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_circle.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_vqe.h"
 
 namespace {
@@ -9,9 +9,7 @@ namespace {
 bool clearCircles(AoChannel &channel) {
     const MutexGuard guard(channel.lock);
     for (AoCircle &circle : channel.stCirBuf) {
-        circle.u32Read = 0;
-        circle.u32Write = 0;
-        circle.bWriteJump = 0;
+        aoClearCircle(circle);
     }
     return channel.vqeEnabled != 0 || channel.resampleEnabled != 0;
 }
@@ -100,16 +98,12 @@ std::int32_t HI_MPI_AO_GetMute(std::uint32_t AoDev, std::uint32_t *pbEnable, AO_
 }
 
 std::int32_t HI_MPI_AO_ClearChnBuf(std::uint32_t AoDev, std::uint32_t AoChn) {
-    std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.acquire().failed()) {
+        return operation.error();
     }
-    const std::int32_t fd = aoAcquire(AoChn);
-    if (fd < 0) {
-        return fd;
-    }
-    if (clearCircles(aoChannels[AoChn])) {
-        error = clearEngine(AoDev, AoChn, CallSite::here());
+    if (clearCircles(operation.channel())) {
+        const std::int32_t error = clearEngine(AoDev, AoChn, CallSite::here());
         if (error != 0) {
             return error;
         }

@@ -1,8 +1,7 @@
 // Resampling, voice quality and compression: the channel's flags and the engine behind them.
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_vqe.h"
 
-#include "base/mutex_guard.h"
-#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_channel.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
 
 #include <algorithm>
 #include <iterator>
@@ -19,17 +18,8 @@ bool isAmong(const std::uint32_t (&values)[Size], std::uint32_t value) {
     return std::find(std::begin(values), std::end(values), value) != std::end(values);
 }
 
-std::int32_t checkEnabled(const AoChannel &channel, std::uint32_t chn,
-                          CallSite site = CallSite::here()) {
-    if (channel.enabled == 0) {
-        mppReport(site, "AO chn %d is not enable\n", shown(chn));
-        return ERR_AO_NOT_ENABLED;
-    }
-    return 0;
-}
-
 std::int32_t readAttr(std::uint32_t dev, AIO_ATTR_S *attr, CallSite site = CallSite::here()) {
-    if (HI_MPI_AO_GetPubAttr(dev, attr) != 0) {
+    if (aoReadAttr(attr) != 0) {
         mppReport(site, "can't get aodev%d's attribute!\n", shown(dev));
         return ERR_AO_NOT_CONFIG;
     }
@@ -59,13 +49,10 @@ std::int32_t checkResampling(std::uint32_t dev, std::uint32_t chn, std::uint32_t
     return 0;
 }
 
-// What the effects ask of channel and device.
+// What the effects ask of the device.
 std::int32_t checkEffect(std::uint32_t dev, std::uint32_t chn, AIO_ATTR_S *attr,
                          CallSite site = CallSite::here()) {
-    std::int32_t error = checkEnabled(aoChannels[chn], chn, site);
-    if (error == 0) {
-        error = readAttr(dev, attr, site);
-    }
+    const std::int32_t error = readAttr(dev, attr, site);
     if (error != 0) {
         return error;
     }
@@ -99,17 +86,6 @@ AoEngineAttr engineAttr(const AoChannel &channel, const AIO_ATTR_S &attr) {
     return result;
 }
 
-// Puts a new engine in the place of the channel's. On failure the old one stays.
-std::int32_t rebuildEngine(AoChannel &channel, const AoEngineAttr &attr) {
-    AoEngine *fresh = nullptr;
-    const std::int32_t error = aoEngineCreate(&fresh, &attr);
-    if (error == 0) {
-        aoEngineDestroy(channel.engine);
-        channel.engine = fresh;
-    }
-    return error;
-}
-
 void dropUnneededEngine(AoChannel &channel) {
     if (!needsEngine(channel)) {
         aoEngineDestroy(channel.engine);
@@ -124,7 +100,8 @@ std::int32_t startResampling(std::uint32_t dev, std::uint32_t chn, std::uint32_t
     const auto before = channel.resample;
     channel.resample = {attr.u32PtNumPerFrm, inRate, attr.enSamplerate};
     channel.resampleEnabled = 1;
-    const std::int32_t error = rebuildEngine(channel, engineAttr(channel, attr));
+    const AoEngineAttr engine = engineAttr(channel, attr);
+    const std::int32_t error = aoEngineReplace(&channel.engine, &engine);
     if (error != 0) {
         channel.resample = before;
         channel.resampleEnabled = 0;
@@ -139,23 +116,18 @@ std::int32_t startResampling(std::uint32_t dev, std::uint32_t chn, std::uint32_t
 
 std::int32_t HI_MPI_AO_EnableReSmp(std::uint32_t AoDev, std::uint32_t AoChn,
                                    std::uint32_t enInSampleRate) {
-    std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.lockEnabled().failed()) {
+        return operation.error();
     }
-    AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(channel.lock);
-    error = checkEnabled(channel, AoChn);
-    if (error != 0) {
-        return error;
-    }
+    const AoChannel &channel = operation.channel();
     if (!isAmong(resampleRates, enInSampleRate)) {
         mppReport(CallSite::here(), "AoChn %d resample in rate:%d is illegal!\n", shown(AoChn),
                   static_cast<int>(enInSampleRate));
         return ERR_AO_ILLEGAL_PARAM;
     }
     AIO_ATTR_S attr = {};
-    error = readAttr(AoDev, &attr);
+    std::int32_t error = readAttr(AoDev, &attr);
     if (error == 0) {
         error = checkResampling(AoDev, AoChn, enInSampleRate, attr);
     }
@@ -176,12 +148,11 @@ std::int32_t HI_MPI_AO_EnableReSmp(std::uint32_t AoDev, std::uint32_t AoChn,
 }
 
 std::int32_t HI_MPI_AO_DisableReSmp(std::uint32_t AoDev, std::uint32_t AoChn) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.lock().failed()) {
+        return operation.error();
     }
-    AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(channel.lock);
+    AoChannel &channel = operation.channel();
     if (channel.resampleEnabled == 0) {
         return 0;
     }
@@ -189,7 +160,7 @@ std::int32_t HI_MPI_AO_DisableReSmp(std::uint32_t AoDev, std::uint32_t AoChn) {
         AoEngineAttr attr = {};
         aoEngineGetAttr(channel.engine, &attr);
         attr.inRate = attr.outRate;
-        const std::int32_t result = rebuildEngine(channel, attr);
+        const std::int32_t result = aoEngineReplace(&channel.engine, &attr);
         if (result != 0) {
             return result;
         }
@@ -201,21 +172,20 @@ std::int32_t HI_MPI_AO_DisableReSmp(std::uint32_t AoDev, std::uint32_t AoChn) {
 
 std::int32_t HI_MPI_AO_SetVqeAttr(std::uint32_t AoDev, std::uint32_t AoChn,
                                   const AO_VQE_ATTR_S *pstAttr) {
-    std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
-    }
-    if (pstAttr == nullptr) {
-        return ERR_AO_NULL_PTR;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.given(pstAttr).failed()) {
+        return operation.error();
     }
     if (!isAmong(vqeRates, pstAttr->u32WorkSampleRate) || pstAttr->u32FrameSample == 0 ||
         pstAttr->u32FrameSample > MAX_AO_POINT_NUM) {
         return ERR_AO_ILLEGAL_PARAM;
     }
-    AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(channel.lock);
+    if (operation.lockEnabled().failed()) {
+        return operation.error();
+    }
+    AoChannel &channel = operation.channel();
     AIO_ATTR_S attr = {};
-    error = checkEffect(AoDev, AoChn, &attr);
+    std::int32_t error = checkEffect(AoDev, AoChn, &attr);
     if (error != 0) {
         return error;
     }
@@ -224,7 +194,7 @@ std::int32_t HI_MPI_AO_SetVqeAttr(std::uint32_t AoDev, std::uint32_t AoChn,
     }
     AoEngineAttr engine = engineAttr(channel, attr);
     engine.vqe = *pstAttr;
-    error = rebuildEngine(channel, engine);
+    error = aoEngineReplace(&channel.engine, &engine);
     if (error == 0) {
         channel.vqeSet = 1;
     }
@@ -233,15 +203,11 @@ std::int32_t HI_MPI_AO_SetVqeAttr(std::uint32_t AoDev, std::uint32_t AoChn,
 
 std::int32_t HI_MPI_AO_GetVqeAttr(std::uint32_t AoDev, std::uint32_t AoChn,
                                   AO_VQE_ATTR_S *pstAttr) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.given(pstAttr).lock().failed()) {
+        return operation.error();
     }
-    if (pstAttr == nullptr) {
-        return ERR_AO_NULL_PTR;
-    }
-    const AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(aoChannels[AoChn].lock);
+    const AoChannel &channel = operation.channel();
     if (channel.vqeSet == 0 || channel.engine == nullptr) {
         return ERR_AO_NOT_CONFIG;
     }
@@ -252,14 +218,13 @@ std::int32_t HI_MPI_AO_GetVqeAttr(std::uint32_t AoDev, std::uint32_t AoChn,
 }
 
 std::int32_t HI_MPI_AO_EnableVqe(std::uint32_t AoDev, std::uint32_t AoChn) {
-    std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.lockEnabled().failed()) {
+        return operation.error();
     }
-    AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(channel.lock);
+    AoChannel &channel = operation.channel();
     AIO_ATTR_S attr = {};
-    error = checkEffect(AoDev, AoChn, &attr);
+    const std::int32_t error = checkEffect(AoDev, AoChn, &attr);
     if (error != 0) {
         return error;
     }
@@ -271,26 +236,25 @@ std::int32_t HI_MPI_AO_EnableVqe(std::uint32_t AoDev, std::uint32_t AoChn) {
 }
 
 std::int32_t HI_MPI_AO_DisableVqe(std::uint32_t AoDev, std::uint32_t AoChn) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.lock().failed()) {
+        return operation.error();
     }
-    const MutexGuard guard(aoChannels[AoChn].lock);
-    aoChannels[AoChn].vqeEnabled = 0;
+    operation.channel().vqeEnabled = 0;
     return 0;
 }
 
 std::int32_t HI_MPI_AO_EnableMBC(std::uint32_t AoDev, std::uint32_t AoChn) {
-    std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.lockEnabled().failed()) {
+        return operation.error();
     }
-    AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(channel.lock);
+    AoChannel &channel = operation.channel();
     AIO_ATTR_S attr = {};
-    error = checkEffect(AoDev, AoChn, &attr);
+    std::int32_t error = checkEffect(AoDev, AoChn, &attr);
     if (error == 0 && channel.engine == nullptr) {
-        error = rebuildEngine(channel, engineAttr(channel, attr));
+        const AoEngineAttr engine = engineAttr(channel, attr);
+        error = aoEngineReplace(&channel.engine, &engine);
     }
     if (error == 0) {
         channel.mbcEnabled = 1;
@@ -299,12 +263,11 @@ std::int32_t HI_MPI_AO_EnableMBC(std::uint32_t AoDev, std::uint32_t AoChn) {
 }
 
 std::int32_t HI_MPI_AO_DisableMBC(std::uint32_t AoDev, std::uint32_t AoChn) {
-    const std::int32_t error = aoCheckChn(AoDev, AoChn);
-    if (error != 0) {
-        return error;
+    AoOperation operation(AoDev, AoChn);
+    if (operation.lock().failed()) {
+        return operation.error();
     }
-    AoChannel &channel = aoChannels[AoChn];
-    const MutexGuard guard(channel.lock);
+    AoChannel &channel = operation.channel();
     channel.mbcEnabled = 0;
     dropUnneededEngine(channel);
     return 0;
