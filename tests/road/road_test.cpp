@@ -96,6 +96,10 @@ TEST(Road, SaysWhatIsWrong) {
                   "vcam: a camera is already running in " + camera.dir().string() + "\n");
     expectRefused(camera.vcam({"cast", "/no/such/file.wav"}),
                   "vcam: cannot read /no/such/file.wav: ");
+    kill(camera.daemon(), SIGSTOP);
+    expectRefused(camera.vcam({"cast", speech, "--timeout", "1"}),
+                  "vcam: the daemon has taken nothing for 1 s; given up\n");
+    kill(camera.daemon(), SIGCONT);
     // What would run without the board is not run.
     expectRefused(camera.vcam({"exec", "/usr/bin/su"}),
                   "vcam: the board cannot be loaded into /usr/bin/su, which is given rights");

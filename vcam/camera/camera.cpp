@@ -110,6 +110,11 @@ fs::path CameraDir::memoryFile() const {
     return path_.string() + cameraMemoryFile;
 }
 
+fs::path CameraDir::usedConfigFile() const {
+    const fs::path other = place(otherConfigPath);
+    return fs::exists(other) ? other : configFile();
+}
+
 void CameraDir::requireRunning() const {
     const UniqueFd lock(open(lockFile().c_str(), O_RDONLY | O_CLOEXEC));
     if (!lock || flock(lock.get(), LOCK_SH | LOCK_NB) == 0) {

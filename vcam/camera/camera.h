@@ -40,6 +40,8 @@ public:
     std::filesystem::path lockFile() const { return path_ / ".vcam"; }
     std::filesystem::path speakerFile() const { return path_ / "speaker.wav"; }
     std::filesystem::path configFile() const { return path_ / "voxo.xml"; }
+    // The one that the daemon was started with, which the user may have named.
+    std::filesystem::path usedConfigFile() const;
     std::filesystem::path tesselLog() const { return path_ / "tessel.log"; }
     std::filesystem::path systemLog() const { return path_ / "messages"; }
 
@@ -57,6 +59,7 @@ constexpr char logSocketPath[] = "/dev/log";
 constexpr char streamSocketPath[] = "/var/run/voxo/c0/stream";
 constexpr char controlFifoPath[] = "/var/run/voxo/c0/controlfifo";
 constexpr char voxoPidPath[] = "/var/run/voxo.pid";
+constexpr char otherConfigPath[] = "/var/run/voxo.xml"; // a link to the user's
 constexpr char videoPidPath[] = "/var/run/venc.pid";
 constexpr char encoderPidPath[] = "/var/run/aenc.pid";
 

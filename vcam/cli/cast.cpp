@@ -181,7 +181,7 @@ int cast(const CameraDir &dir, const CastOptions &options) {
     const std::uint32_t periodsBefore = board.registers().ao.periodsPlayed;
     const sf_count_t framesBefore = framesHeard(dir);
 
-    StreamSender sender(dir);
+    StreamSender sender(dir, std::chrono::seconds(options.timeout));
     sender.sendLaw(law);
     sendAll(sender, bytes, options.fast);
     sender.settle();

@@ -28,8 +28,9 @@ int execOnCamera(const CameraDir &dir, const Target &target,
 struct CastOptions {
     std::string file;
     bool ulaw = false;
-    bool fast = false;  // as fast as the records are taken
-    bool check = false; // compare what the loudspeaker plays with what was sent
+    bool fast = false;    // as fast as the records are taken
+    bool check = false;   // compare what the loudspeaker plays with what was sent
+    unsigned timeout = 0; // seconds that the daemon may take nothing; 0: without limit
 };
 
 // Streams an audio file to the daemon.

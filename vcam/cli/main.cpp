@@ -49,6 +49,8 @@ void addCast(CLI::App &app, CastOptions &options, std::function<int()> &command,
     sub->add_flag("--fast", options.fast, "As fast as the daemon takes the records");
     sub->add_flag("--check", options.check,
                   "Compare the loudspeaker with an independent decoder, and print a table");
+    sub->add_option("--timeout", options.timeout,
+                    "Give up when the daemon takes nothing for so many seconds (default: wait)");
     sub->callback([&] { command = [&] { return cast(CameraDir(dir), options); }; });
 }
 

@@ -96,6 +96,9 @@ int runCamera(const CameraDir &dir, const Target &target, const RunOptions &opti
     const CameraFiles files(dir);
     MappedBoard board(dir, MappedBoard::Mode::create);
     setUpBoard(board.registers(), options);
+    if (!options.config.empty()) {
+        fs::create_symlink(fs::absolute(options.config), dir.place(otherConfigPath));
+    }
 
     const LogCollector collector(dir);
     const Tessel tessel(dir, SettingsStore::ofCamera(),

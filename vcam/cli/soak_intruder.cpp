@@ -1,5 +1,7 @@
 #include "vcam/cli/soak_intruder.h"
 
+#include "vcam/cli/stream_sender.h"
+
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -25,7 +27,7 @@ const std::string fence("\1\4\1\0.", 5);
 Intruder::Intruder(const CameraDir &dir)
     : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
       fifo_(open(dir.place(controlFifoPath).c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) {
-    const CameraDir::Address address = dir.socketAddress(streamSocketPath);
+    const CameraDir::Address address = dir.socketAddress(streamPath(dir));
     if (!fifo_ || connect(socket_.get(), reinterpret_cast<const sockaddr *>(&address.address),
                           address.length) != 0) {
         throw CameraError("the daemon has no stream socket or control FIFO open");
