@@ -125,6 +125,9 @@ TEST_F(BoardTest, CountsDropouts) {
     send(file_, 1, 1);
     runFor(period + 2 * nanosecondsPerSecond); // another sound
     send(file_, 1, 1);
+    runFor(period + period / 2);
+    ++registers_->soundsBegun; // a sound of its own, however soon
+    send(file_, 1, 1);
     runFor(2 * period);
     EXPECT_EQ(1U, registers_->ao.starved);
 }

@@ -58,7 +58,7 @@ struct AoRegisters {
     Register clkDir;
     Register mute[4];
     Register periodsPlayed;
-    Register starved; // dropouts: the queue ran dry and sound followed within a second
+    Register starved; // dropouts: the queue ran dry and the sound went on within a second
     Register peak;    // largest magnitude of a 16-bit sample so far
     Register work;    // grows with each period, clearing or change of state: the DAC waits on it
     Register space;   // grows with each period played: a sender waits on it
@@ -164,6 +164,7 @@ struct BoardRegisters {
     AcodecRegisters acodec;
     LogRegisters log;
     AoRegisters ao;
-    AoPeriodSlot queue[aoChannelCount][aoQueueRoom]; // only used slots take room on the disk
+    AoPeriodSlot queue[aoChannelCount][aoQueueRoom];
+    Register soundsBegun; // grows when a sender begins a sound: a gap before it is no dropout
 };
 static_assert(offsetof(BoardRegisters, queue) % 4 == 0);

@@ -1,5 +1,6 @@
 #include "vcam/cli/commands.h"
 
+#include "mpp/include/mpp_ao.h"
 #include "vcam/board/ao_queue.h"
 #include "vcam/cli/law_codec.h"
 #include "vcam/cli/stream_sender.h"
@@ -9,6 +10,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <limits>
@@ -30,12 +33,17 @@ double seconds(std::size_t samples) {
     return static_cast<double>(samples) / streamRate;
 }
 
-// Law bytes in whole records, and one record of silence behind them, which pushes the last sound
-// out of the platform's buffer.
-std::vector<std::uint8_t> recordsOf(const Samples &samples, Law law) {
+// Samples of silence that push the last sound out of the platform's buffer: it hands over whole
+// periods, and a clip may have left the output with longer ones than a record makes.
+std::size_t pushOut(const AoRegisters &ao) {
+    const std::size_t period = ao.attr[offsetof(AIO_ATTR_S, u32PtNumPerFrm) / sizeof(Register)];
+    return period <= streamPayload ? streamPayload : (period / streamPayload + 2) * streamPayload;
+}
+
+// Law bytes in whole records, and the silence behind them.
+std::vector<std::uint8_t> recordsOf(const Samples &samples, Law law, std::size_t silence) {
     Samples whole = samples;
-    whole.resize((samples.size() + streamPayload - 1) / streamPayload * streamPayload +
-                 streamPayload);
+    whole.resize((samples.size() + streamPayload - 1) / streamPayload * streamPayload + silence);
     return lawEncode(whole, law);
 }
 
@@ -63,8 +71,9 @@ private:
     bool isTerminal_;
 };
 
-void sendAll(StreamSender &sender, const std::vector<std::uint8_t> &bytes, bool fast) {
-    Progress progress(bytes.size() - streamPayload);
+void sendAll(StreamSender &sender, const std::vector<std::uint8_t> &bytes, std::size_t samples,
+             bool fast) {
+    Progress progress(samples);
     const Clock::time_point start = Clock::now();
     const std::size_t records = bytes.size() / streamPayload;
     for (std::size_t i = 0; i < records; ++i) {
@@ -158,15 +167,34 @@ void row(const char *label, const Value &value) {
               << '\n';
 }
 
-void printTable(const Comparison &comparison, const AoRegisters &ao, std::uint32_t periods) {
+// What the board has counted since it was set up.
+struct Counts {
+    std::uint32_t periods;
+    std::uint32_t refused;
+    std::uint32_t starved;
+};
+
+Counts countsOf(const AoRegisters &ao) {
+    return {ao.periodsPlayed, ao.channels[0].refused, ao.starved};
+}
+
+int peakOf(const Samples &played) {
+    int peak = 0;
+    for (const std::int16_t sample : played) {
+        peak = std::max(peak, std::abs(int{sample}));
+    }
+    return peak;
+}
+
+void printTable(const Comparison &comparison, const Counts &before, const Counts &after, int peak) {
     std::ostringstream played;
     played << std::fixed << std::setprecision(2) << seconds(comparison.frames);
     std::cout << "vcam: the loudspeaker against libsndfile's decoding of the same bytes\n";
     row("seconds played", played.str());
-    row("periods", periods);
-    row("refused", ao.channels[0].refused);
-    row("starved", ao.starved);
-    row("peak", ao.peak);
+    row("periods", after.periods - before.periods);
+    row("refused", after.refused - before.refused);
+    row("starved", after.starved - before.starved);
+    row("peak", peak);
     row("samples that differ", comparison.differing);
 }
 
@@ -176,14 +204,17 @@ int cast(const CameraDir &dir, const CastOptions &options) {
     dir.requireRunning();
     const Samples samples = readAudio(options.file);
     const Law law = options.ulaw ? Law::u : Law::a;
-    const std::vector<std::uint8_t> bytes = recordsOf(samples, law);
     MappedBoard board(dir, MappedBoard::Mode::open);
-    const std::uint32_t periodsBefore = board.registers().ao.periodsPlayed;
+    const AoRegisters &ao = board.registers().ao;
+    const std::size_t silence = pushOut(ao);
+    const std::vector<std::uint8_t> bytes = recordsOf(samples, law, silence);
+    const Counts before = countsOf(ao);
     const sf_count_t framesBefore = framesHeard(dir);
 
     StreamSender sender(dir, std::chrono::seconds(options.timeout));
+    ++board.registers().soundsBegun;
     sender.sendLaw(law);
-    sendAll(sender, bytes, options.fast);
+    sendAll(sender, bytes, bytes.size() - silence, options.fast);
     sender.settle();
     waitForPlayOut(board.registers());
     std::cout << "vcam: played to " << dir.speakerFile().string() << '\n';
@@ -191,11 +222,10 @@ int cast(const CameraDir &dir, const CastOptions &options) {
         return 0;
     }
     Samples reference = lawDecode(bytes, law);
-    reference.resize(reference.size() - streamPayload); // still in the platform's buffer
+    reference.resize(reference.size() - silence); // may still be in the platform's buffer
     int channels = 0;
     const Samples played = heard(dir, framesBefore, &channels);
     const Comparison comparison = compare(played, channels, reference);
-    printTable(comparison, board.registers().ao,
-               board.registers().ao.periodsPlayed - periodsBefore);
+    printTable(comparison, before, countsOf(ao), peakOf(played));
     return comparison.differing == 0 ? 0 : 1;
 }

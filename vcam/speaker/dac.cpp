@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -95,8 +96,10 @@ bool Dac::begin(std::uint64_t now) {
         return false;
     }
     format_.rate = std::max(ao.attr[wordOf(offsetof(AIO_ATTR_S, enSamplerate))].load(), 1U);
+    const std::uint32_t soundsBegun = registers_.soundsBegun;
+    const bool isNewSound = std::exchange(soundsBegun_, soundsBegun) != soundsBegun;
     if (registers_.pace == paceRealTime) {
-        if (ranDryAt_ && now > *ranDryAt_ && now - *ranDryAt_ < dropoutWindow) {
+        if (!isNewSound && ranDryAt_ && now > *ranDryAt_ && now - *ranDryAt_ < dropoutWindow) {
             ++ao.starved;
         }
         end_ = now + points * nanosecondsPerSecond / format_.rate;

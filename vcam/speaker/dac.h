@@ -53,6 +53,7 @@ private:
     bool isPlaying_ = false;
     std::uint64_t end_ = 0;                    // of the period that is playing
     std::optional<std::uint64_t> ranDryAt_;    // since when there is nothing to play
+    std::uint32_t soundsBegun_ = 0;            // when the last period began
     std::uint32_t front_[aoChannelCount] = {}; // the period that is playing
     bool takesPart_[aoChannelCount] = {};
     PlayFormat format_ = {};
