@@ -54,7 +54,7 @@ std::string namedLoader(std::istream &file) {
     for (unsigned i = 0; file && i < header.e_phnum; ++i) {
         const auto segment = readRecord<Segment>(file, header.e_phoff + i * sizeof(Segment));
         if (segment.p_type == PT_INTERP && segment.p_filesz <= longestLoader) {
-            std::string loader(segment.p_filesz, '\0');
+            std::string loader(static_cast<std::size_t>(segment.p_filesz), '\0');
             file.seekg(static_cast<std::streamoff>(segment.p_offset));
             file.read(loader.data(), static_cast<std::streamsize>(loader.size()));
             return loader.c_str();
