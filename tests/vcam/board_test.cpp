@@ -1,13 +1,18 @@
 // The board's output and its DAC, in time that a test makes.
+#include "tests/support/temporary.h"
 #include "vcam/board/ao_queue.h"
 #include "vcam/board/devices.h"
 #include "vcam/speaker/dac.h"
+#include "vcam/speaker/wav_recording.h"
+#include "vcam/speaker/wav_speaker.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <functional>
 #include <memory>
 
@@ -130,6 +135,30 @@ TEST_F(BoardTest, CountsDropouts) {
     send(file_, 1, 1);
     runFor(2 * period);
     EXPECT_EQ(1U, registers_->ao.starved);
+}
+
+// A file is full, then the disk: the sound goes on in the next one, and what is lost is counted.
+TEST(Speaker, KeepsAsMuchAsThereIsRoomFor) {
+    const TemporaryDirectory dir;
+    const std::filesystem::path first = dir.path() / "speaker.wav";
+    const std::vector<std::int32_t> samples(1280, 5 << 16);
+    LossRegisters loss = {};
+    WavSpeaker speaker(first, loss, 6000); // two periods of 2560 bytes
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small = {4000, before.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (int i = 0; i < 6; ++i) {
+        setrlimit(RLIMIT_FSIZE, i == 3 || i == 4 ? &small : &before);
+        speaker.play({8000, 16, 2}, samples);
+    }
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(2U, loss.periods); // one in a file that had room for a part of it, and its next try
+    EXPECT_EQ(static_cast<std::uint32_t>(EFBIG), loss.error);
+    EXPECT_EQ(4 * 640, recordedFrames(first));
+    const Recording tail = recordedSince(first, 640 + 100);
+    EXPECT_EQ(2, tail.channels);
+    EXPECT_EQ(std::vector<std::int16_t>(2 * (3 * 640 - 100), 5), tail.samples);
 }
 
 TEST_F(BoardTest, ChecksAsADriverDoes) {

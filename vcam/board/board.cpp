@@ -31,9 +31,25 @@ bool fitsWord(const void *address, std::size_t length) {
     return begin <= UINT32_MAX && length <= UINT32_MAX - begin;
 }
 
+// Room on the disk for a piece of physical memory: to touch a page without any is a bus error.
+bool makeRoom(int fd, std::uint32_t phys, std::size_t length) {
+#ifdef __GLIBC__
+    const int error = posix_fallocate64(fd, phys, static_cast<off64_t>(length));
+#else
+    const int error = posix_fallocate(fd, phys, static_cast<off_t>(length));
+#endif
+    if (error != 0) {
+        errno = error;
+    }
+    return error == 0;
+}
+
 } // namespace
 
 void *boardMapMemory(const Board &board, std::uint32_t phys, std::size_t length) {
+    if (!makeRoom(board.memoryFd, phys, length)) {
+        return nullptr;
+    }
     constexpr std::uint64_t firstHint = 0x10000000;
     constexpr std::uint64_t hintStep = 0x01000000;
     for (std::uint64_t hint = firstHint; hint <= UINT32_MAX; hint += hintStep) {

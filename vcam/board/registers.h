@@ -150,6 +150,12 @@ struct StartRegisters {
     Register firstPeriod; // the AO driver took the first period
 };
 
+// What the loudspeaker could not keep.
+struct LossRegisters {
+    Register periods;
+    Register error; // errno of the last
+};
+
 struct BoardRegisters {
     Register magic;
     Register layout;
@@ -166,5 +172,6 @@ struct BoardRegisters {
     AoRegisters ao;
     AoPeriodSlot queue[aoChannelCount][aoQueueRoom];
     Register soundsBegun; // grows when a sender begins a sound: a gap before it is no dropout
+    LossRegisters loss;
 };
 static_assert(offsetof(BoardRegisters, queue) % 4 == 0);

@@ -32,10 +32,6 @@ fs::path defaultDirectory() {
     return "/tmp/vcam-" + std::to_string(getuid());
 }
 
-[[noreturn]] void fail(const std::string &what, const fs::path &path) {
-    throw CameraError(what + " " + path.string() + ": " + std::strerror(errno));
-}
-
 BoardRegisters *mapRegisters(const fs::path &path, MappedBoard::Mode mode) {
     const bool create = mode == MappedBoard::Mode::create;
     if (create) {
@@ -44,15 +40,16 @@ BoardRegisters *mapRegisters(const fs::path &path, MappedBoard::Mode mode) {
     const UniqueFd fd(
         open(path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT | O_EXCL : 0), 0600));
     if (!fd) {
-        fail("cannot open the board", path);
+        failAt("cannot open the board", path);
     }
-    if (create && ftruncate(fd.get(), sizeof(BoardRegisters)) != 0) {
-        fail("cannot make the board", path);
+    // Room for all of it: a page without any would be a bus error, later and anywhere.
+    if (create && (errno = posix_fallocate(fd.get(), 0, sizeof(BoardRegisters))) != 0) {
+        failAt("cannot make the board", path);
     }
     void *const address =
         mmap(nullptr, sizeof(BoardRegisters), PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
     if (address == MAP_FAILED) {
-        fail("cannot map the board", path);
+        failAt("cannot map the board", path);
     }
     auto *const registers = static_cast<BoardRegisters *>(address);
     if (create) {
@@ -71,12 +68,29 @@ int openMemory(const fs::path &path, MappedBoard::Mode mode) {
     const bool create = mode == MappedBoard::Mode::create;
     UniqueFd fd(open(path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT | O_TRUNC : 0), 0600));
     if (!fd || (create && ftruncate(fd.get(), static_cast<off_t>(physicalMemorySize)) != 0)) {
-        fail("cannot make the board's memory", path);
+        failAt("cannot make the board's memory", path);
     }
     return fd.release();
 }
 
 } // namespace
+
+void failAt(const std::string &what, const fs::path &path) {
+    throw CameraError(what + " " + path.string() + ": " + std::strerror(errno));
+}
+
+void writeFile(const fs::path &path, const std::string &text) {
+    errno = 0;
+    std::ofstream file(path);
+    file << text;
+    file.close();
+    if (!file) {
+        const int error = errno;
+        unlink(path.c_str()); // before anybody takes what there is of it for whole
+        errno = error;
+        failAt("cannot write", path);
+    }
+}
 
 CameraDir::CameraDir(const std::string &named)
     : path_(fs::absolute(named.empty() ? defaultDirectory() : fs::path(named)).lexically_normal()) {
@@ -144,5 +158,5 @@ std::optional<int> readPidFile(const fs::path &file) {
 }
 
 void writePidFile(const fs::path &file, int pid) {
-    std::ofstream(file) << pid << '\n';
+    writeFile(file, std::to_string(pid) + '\n');
 }

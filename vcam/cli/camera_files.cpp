@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fstream>
 
 namespace fs = std::filesystem;
 
@@ -43,7 +42,7 @@ CameraFiles::CameraFiles(const CameraDir &dir) : dir_(dir) {
     writePidFile(dir.place(videoPidPath), getpid());
     writePidFile(dir.place(encoderPidPath), getpid());
     if (!fs::exists(dir.configFile())) {
-        std::ofstream(dir.configFile()) << sampleConfig;
+        writeFile(dir.configFile(), sampleConfig);
     }
 }
 

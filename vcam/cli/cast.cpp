@@ -4,14 +4,15 @@
 #include "vcam/board/ao_queue.h"
 #include "vcam/cli/law_codec.h"
 #include "vcam/cli/stream_sender.h"
+#include "vcam/speaker/wav_recording.h"
 
-#include <sndfile.hh>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <iomanip>
 #include <iostream>
 #include <limits>
@@ -98,24 +99,6 @@ void waitForPlayOut(BoardRegisters &registers) {
         }
         std::this_thread::sleep_for(playOutLook);
     }
-}
-
-// What the loudspeaker has played from `frame` on.
-Samples heard(const CameraDir &dir, sf_count_t frame, int *channels) {
-    SndfileHandle file(dir.speakerFile().string());
-    *channels = file ? file.channels() : 0;
-    if (*channels == 0 || file.frames() < frame) {
-        return {};
-    }
-    file.seek(frame, SEEK_SET);
-    Samples samples(static_cast<std::size_t>((file.frames() - frame) * *channels));
-    file.readf(samples.data(), file.frames() - frame);
-    return samples;
-}
-
-sf_count_t framesHeard(const CameraDir &dir) {
-    SndfileHandle file(dir.speakerFile().string());
-    return file ? file.frames() : 0;
 }
 
 // How many samples differ when the reference begins at frame `offset` of what was heard.
@@ -209,7 +192,8 @@ int cast(const CameraDir &dir, const CastOptions &options) {
     const std::size_t silence = pushOut(ao);
     const std::vector<std::uint8_t> bytes = recordsOf(samples, law, silence);
     const Counts before = countsOf(ao);
-    const sf_count_t framesBefore = framesHeard(dir);
+    const std::uint32_t lostBefore = board.registers().loss.periods;
+    const std::int64_t framesBefore = recordedFrames(dir.speakerFile());
 
     StreamSender sender(dir, std::chrono::seconds(options.timeout));
     ++board.registers().soundsBegun;
@@ -217,15 +201,19 @@ int cast(const CameraDir &dir, const CastOptions &options) {
     sendAll(sender, bytes, bytes.size() - silence, options.fast);
     sender.settle();
     waitForPlayOut(board.registers());
+    const LossRegisters &loss = board.registers().loss;
+    if (const std::uint32_t lost = loss.periods - lostBefore; lost > 0) {
+        throw CameraError("the loudspeaker could not keep " + std::to_string(lost) +
+                          " periods: " + std::strerror(static_cast<int>(loss.error)));
+    }
     std::cout << "vcam: played to " << dir.speakerFile().string() << '\n';
     if (!options.check) {
         return 0;
     }
     Samples reference = lawDecode(bytes, law);
     reference.resize(reference.size() - silence); // may still be in the platform's buffer
-    int channels = 0;
-    const Samples played = heard(dir, framesBefore, &channels);
-    const Comparison comparison = compare(played, channels, reference);
-    printTable(comparison, before, countsOf(ao), peakOf(played));
+    const Recording played = recordedSince(dir.speakerFile(), framesBefore);
+    const Comparison comparison = compare(played.samples, played.channels, reference);
+    printTable(comparison, before, countsOf(ao), peakOf(played.samples));
     return comparison.differing == 0 ? 0 : 1;
 }

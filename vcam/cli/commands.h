@@ -4,6 +4,7 @@
 
 #include "vcam/camera/camera.h"
 #include "vcam/cli/environment.h"
+#include "vcam/speaker/wav_speaker.h"
 
 #include <cstdint>
 #include <string>
@@ -15,7 +16,8 @@ struct RunOptions {
     bool deaf = false;  // periods are dropped by the driver
     bool bare = false;  // without the daemon
     bool tuning = false;
-    std::vector<std::string> faults; // COMMAND:N or CALL:N
+    std::uint64_t longestFile = longestWavSound; // bytes of sound in a file of the loudspeaker
+    std::vector<std::string> faults;             // COMMAND:N or CALL:N
 };
 
 // Runs a camera with the daemon on it until the daemon ends or a signal ends both.

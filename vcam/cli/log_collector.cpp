@@ -25,7 +25,7 @@ UniqueFd bindLog(const CameraDir &dir) {
 } // namespace
 
 LogCollector::LogCollector(const CameraDir &dir)
-    : socket_(bindLog(dir)), file_(dir.systemLog(), std::ios::trunc),
+    : socket_(bindLog(dir)), file_(dir.systemLog()),
       thread_([this](const std::stop_token &stop) { collect(stop); }) {}
 
 LogCollector::~LogCollector() {
@@ -49,7 +49,7 @@ void LogCollector::collect(const std::stop_token &stop) {
             while (!line.empty() && line.back() == '\n') {
                 line.pop_back();
             }
-            file_ << line << std::endl;
+            file_.line(line);
         }
     }
 }

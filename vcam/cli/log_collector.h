@@ -3,8 +3,8 @@
 
 #include "base/unique_fd.h"
 #include "vcam/camera/camera.h"
+#include "vcam/camera/log_file.h"
 
-#include <fstream>
 #include <thread>
 
 class LogCollector {
@@ -18,6 +18,6 @@ private:
     void collect(const std::stop_token &stop);
 
     UniqueFd socket_;
-    std::ofstream file_;
+    LogFile file_;
     std::jthread thread_;
 };

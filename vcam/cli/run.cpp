@@ -103,7 +103,7 @@ int runCamera(const CameraDir &dir, const Target &target, const RunOptions &opti
     const LogCollector collector(dir);
     const Tessel tessel(dir, SettingsStore::ofCamera(),
                         [&](const std::string &key) { signalVolume(dir, key); });
-    WavSpeaker speaker(dir.speakerFile());
+    WavSpeaker speaker(dir.speakerFile(), board.registers().loss, options.longestFile);
     const Player player(board.board(), speaker);
 
     std::cout << "vcam: camera in " << dir.path().string() << "\nvcam: loudspeaker in "

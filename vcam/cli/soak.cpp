@@ -194,8 +194,11 @@ private:
         Samples clip(chunks * chunkSamples + below(chunkSamples));
         std::generate(clip.begin(), clip.end(),
                       [this] { return static_cast<std::int16_t>(random_()); });
-        SndfileHandle(clipFile(), SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 8000)
-            .write(clip.data(), static_cast<sf_count_t>(clip.size()));
+        const auto size = static_cast<sf_count_t>(clip.size());
+        SndfileHandle file(clipFile(), SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 8000);
+        if (!file || file.write(clip.data(), size) != size) {
+            throw CameraError("cannot write " + clipFile() + ": " + file.strError());
+        }
         for (std::size_t i = 0; i < chunks; ++i) {
             listener_.expect(std::span(clip).subspan(i * chunkSamples, chunkSamples));
         }

@@ -59,7 +59,7 @@ std::string sinceStart(std::uint32_t microseconds) {
     return microseconds != 0 ? text.str() : "not yet";
 }
 
-void showOutput(const AoRegisters &ao) {
+void showOutput(const AoRegisters &ao, const LossRegisters &loss) {
     const AIO_ATTR_S attr = attributes(ao);
     line("device enabled", yesNo(ao.enabled));
     if (ao.hasAttr != 0) {
@@ -71,6 +71,10 @@ void showOutput(const AoRegisters &ao) {
     }
     line("periods played", ao.periodsPlayed);
     line("starved", ao.starved);
+    if (loss.periods != 0) {
+        line("periods not kept", std::to_string(loss.periods) + " (" +
+                                     std::strerror(static_cast<int>(loss.error)) + ")");
+    }
     line("AO volume", std::to_string(static_cast<std::int32_t>(ao.volumeDb)) + " dB");
     line("muted", yesNo(ao.mute[0]));
     line("peak level", peakText(ao.peak));
@@ -143,7 +147,7 @@ int showStatus(const CameraDir &dir) {
     line("encoder signals", registers.neighbours.encoderSignals);
     line("device opened", sinceStart(registers.start.deviceOpen));
     line("first period", sinceStart(registers.start.firstPeriod));
-    showOutput(registers.ao);
+    showOutput(registers.ao, registers.loss);
     showCodec(registers.acodec);
     showFaults(registers);
     showSettings(dir);

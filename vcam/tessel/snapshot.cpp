@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fstream>
 
 namespace fs = std::filesystem;
 
@@ -28,7 +27,7 @@ constexpr std::uint32_t writerBase = 0x46500000;
 
 key_t makeKey(const fs::path &keyFile) {
     fs::create_directories(keyFile.parent_path());
-    std::ofstream(keyFile) << "the settings daemon of a virtual camera\n";
+    writeFile(keyFile, "the settings daemon of a virtual camera\n");
     return ftok(keyFile.c_str(), keyProject);
 }
 

@@ -74,7 +74,7 @@ std::string onOneLine(std::string text) {
 Tessel::Tessel(const CameraDir &dir, SettingsStore store,
                std::function<void(const std::string &key)> onSet)
     : socketFile_(dir.place(tesselSocketPath)), store_(std::move(store)), onSet_(std::move(onSet)),
-      snapshot_(dir.place(tesselProgramPath)), log_(dir.tesselLog(), std::ios::trunc),
+      snapshot_(dir.place(tesselProgramPath)), log_(dir.tesselLog()),
       socket_(listenAt(dir, socketFile_)) {
     snapshot_.write(store_);
     thread_ = std::jthread([this](const std::stop_token &stop) { serve(stop); });
@@ -164,7 +164,7 @@ std::string Tessel::answerSet(const std::string &body) {
 }
 
 void Tessel::log(const std::string &request, const std::string &reply) {
-    log_ << timeOfDay() << "  " << onOneLine(request) << "  ->  " << onOneLine(reply) << std::endl;
+    log_.line(timeOfDay() + "  " + onOneLine(request) + "  ->  " + onOneLine(reply));
 }
 
 std::string askTessel(const CameraDir &dir, const std::string &request) {

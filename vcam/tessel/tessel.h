@@ -4,10 +4,10 @@
 
 #include "base/unique_fd.h"
 #include "vcam/camera/camera.h"
+#include "vcam/camera/log_file.h"
 #include "vcam/tessel/settings_store.h"
 #include "vcam/tessel/snapshot.h"
 
-#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
@@ -37,7 +37,7 @@ private:
     SettingsStore store_;
     std::function<void(const std::string &)> onSet_;
     Snapshot snapshot_;
-    std::ofstream log_;
+    LogFile log_;
     UniqueFd socket_;
     std::jthread thread_; // last: it uses all the others
 };
