@@ -62,7 +62,9 @@ void checkPastTheTable() {
     const int device = open("/dev/sys", O_RDWR);
     for (int last = device; last >= 0 && last < 1100; last = dup(STDOUT_FILENO)) {
     }
-    expect(open("/dev/sys", O_RDWR) == -1 && errno == EMFILE, "no descriptor is left");
+    for (const char *const path : {"/dev/sys", "//dev/./sys", "/dev/../dev/sys"}) {
+        expect(open(path, O_RDWR) == -1 && errno == EMFILE, "no descriptor is left");
+    }
     expect(dup(device) == -1 && errno == EMFILE, "no copy is left");
 }
 
@@ -114,6 +116,14 @@ void checkSockets() {
     expect(bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0, "bind");
     const int sender = socket(AF_UNIX, SOCK_DGRAM, 0);
     expect(connect(sender, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0, "connect");
+    const int stranger = socket(AF_UNIX, SOCK_DGRAM, 0);
+    expect(sendto(stranger, "x", 1, 0, reinterpret_cast<sockaddr *>(&address), sizeof address) == 1,
+           "sendto");
+    std::memset(address.sun_path, 'x', sizeof address.sun_path);
+    std::memcpy(address.sun_path, "/var/run/", 9);
+    expect(bind(stranger, reinterpret_cast<sockaddr *>(&address), sizeof address) == -1 &&
+               errno == ENAMETOOLONG,
+           "an address that is too long");
     expect(unlink("/var/run/voxo/probe.sock") == 0, "unlink the socket");
     openlog("probe", 0, LOG_USER);
     syslog(LOG_WARNING, "the probe says %d", 42);

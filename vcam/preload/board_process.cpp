@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace {
@@ -124,7 +125,12 @@ bool callFails(FailingCall call) {
 }
 
 bool openDevice(const char *path, int *fd) {
-    BoardDevice *const device = cameraDir() != nullptr ? devices().find(path) : nullptr;
+    char plain[cameraPathRoom];
+    if (cameraDir() == nullptr || std::strlen(path) >= sizeof plain) {
+        return false;
+    }
+    writePlainPath(path, plain);
+    BoardDevice *const device = devices().find(plain);
     if (device == nullptr) {
         return false;
     }

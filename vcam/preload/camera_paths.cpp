@@ -29,6 +29,24 @@ bool isAmong(const char *const (&paths)[Size], const char *path) {
 
 } // namespace
 
+void writePlainPath(const char *path, char *plain) {
+    char *to = plain;
+    for (const char *from = path; *from != '\0';) {
+        from += std::strspn(from, "/");
+        const std::size_t length = std::strcspn(from, "/");
+        if (length == 2 && startsWith(from, "..")) {
+            while (to > plain && *--to != '/') {
+            }
+        } else if (length > 0 && !(length == 1 && *from == '.')) {
+            *to++ = '/';
+            std::memcpy(to, from, length);
+            to += length;
+        }
+        from += length;
+    }
+    *to = '\0';
+}
+
 bool isDevicePath(const char *path) {
     return isAmong(cameraDevicePaths, path);
 }
@@ -38,11 +56,17 @@ bool isCameraPath(const char *path) {
 }
 
 const char *placeOf(const char *dir, const char *path, char *buffer) {
-    if (path == nullptr || !isCameraPath(path) || isInside(dir, path)) {
+    const std::size_t dirLength = std::strlen(dir);
+    if (path == nullptr || path[0] != '/' || dirLength + std::strlen(path) >= cameraPathRoom) {
         return path;
     }
-    const int length = std::snprintf(buffer, cameraPathRoom, "%s%s", dir, path);
-    return length < static_cast<int>(cameraPathRoom) ? buffer : path;
+    char *const plain = buffer + dirLength;
+    writePlainPath(path, plain);
+    if (!isCameraPath(plain) || isInside(dir, plain)) {
+        return path;
+    }
+    std::memcpy(buffer, dir, dirLength);
+    return buffer;
 }
 
 std::size_t socketAddressOf(const char *dir, int dirFd, const char *path, sockaddr_un *address) {

@@ -26,7 +26,11 @@ constexpr const char *cameraDevicePaths[] = {
     "/dev/acodec", "/dev/ao", "/dev/logmpp", "/dev/mem", "/dev/mmz_userdev", "/dev/sys", "/dev/vb"};
 bool isDevicePath(const char *path);
 
-// Whether the camera looks for this path, so that it lies in the directory.
+// Writes an absolute path without what changes nothing in it - "//", "/./", "/x/.." and a last '/'
+// - to `plain`, which has room for as many characters.
+void writePlainPath(const char *path, char *plain);
+
+// Whether the camera looks for this plain path, so that it lies in the directory.
 bool isCameraPath(const char *path);
 
 // The place of `path`: in the directory if it is a camera's, else where it names. A path that is in

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -35,6 +36,15 @@ int passStatAt(const char *name, int dirFd, const char *path, Status *status, in
 template <typename Second>
 int passPathUnlessFailing(FailingCall call, const char *name, const char *path, Second second) {
     return callFails(call) ? -1 : passPath<int>(name, path, second);
+}
+
+bool namesDevice(const char *path) {
+    char plain[cameraPathRoom];
+    if (path == nullptr || path[0] != '/' || std::strlen(path) >= sizeof plain) {
+        return false;
+    }
+    writePlainPath(path, plain);
+    return isDevicePath(plain);
 }
 
 int unlinkPath(const char *path, int flags, int dirFd = AT_FDCWD) {
@@ -107,7 +117,7 @@ INTERPOSE(int, chmod, (const char *path, mode_t mode)) {
     if (callFails("chmod")) {
         return -1;
     }
-    if (cameraDir() != nullptr && path != nullptr && isDevicePath(path)) {
+    if (cameraDir() != nullptr && namesDevice(path)) {
         errno = EPERM; // what stands for it is a link to the PC's null device
         return -1;
     }

@@ -7,7 +7,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 namespace {
@@ -28,10 +28,14 @@ public:
             return;
         }
         const std::size_t placed = socketAddressOf(cameraDir(), cameraDirFd(), path, &own_);
-        if (placed > 0) {
-            address_ = reinterpret_cast<const sockaddr *>(&own_);
-            length_ = static_cast<socklen_t>(placed);
-        }
+        address_ = placed > 0 ? reinterpret_cast<const sockaddr *>(&own_) : nullptr;
+        length_ = static_cast<socklen_t>(placed);
+    }
+
+    // False, with errno set: its place in the directory fits no address. Nothing else will do.
+    bool fits() const {
+        errno = address_ != nullptr ? errno : ENAMETOOLONG;
+        return address_ != nullptr;
     }
 
     const sockaddr *get() const { return address_; }
@@ -50,7 +54,8 @@ INTERPOSE(int, bind, (int fd, const sockaddr *address, socklen_t length)) {
         return -1;
     }
     const CameraAddress camera(address, length);
-    return static_cast<int>(syscall(SYS_bind, fd, camera.get(), camera.length()));
+    return camera.fits() ? static_cast<int>(syscall(SYS_bind, fd, camera.get(), camera.length()))
+                         : -1;
 }
 
 INTERPOSE(int, connect, (int fd, const sockaddr *address, socklen_t length)) {
@@ -58,5 +63,17 @@ INTERPOSE(int, connect, (int fd, const sockaddr *address, socklen_t length)) {
         return -1;
     }
     const CameraAddress camera(address, length);
-    return static_cast<int>(syscall(SYS_connect, fd, camera.get(), camera.length()));
+    return camera.fits() ? static_cast<int>(syscall(SYS_connect, fd, camera.get(), camera.length()))
+                         : -1;
+}
+
+INTERPOSE(ssize_t, sendto,
+          (int fd, const void *data, std::size_t size, int flags, const sockaddr *address,
+           socklen_t length)) {
+    if (address == nullptr) {
+        return syscall(SYS_sendto, fd, data, size, flags, nullptr, 0);
+    }
+    const CameraAddress camera(address, length);
+    return camera.fits() ? syscall(SYS_sendto, fd, data, size, flags, camera.get(), camera.length())
+                         : -1;
 }
