@@ -45,7 +45,11 @@ mkdir "$stage/busybox"
 busybox --install -s "$stage/busybox"
 "$vcam" run --bare --fast >"$stage/camera.log" 2>&1 &
 camera=$!
-trap 'kill $camera; wait $camera || true' EXIT
+mkdir "$stage/other"
+cp "$(command -v sleep)" "$stage/other/voxo" # another tree's daemon, for all that its name says
+"$stage/other/voxo" 600 &
+other=$!
+trap 'kill $camera $other; wait $camera || true' EXIT
 for _ in $(seq 100); do
     if "$vcam" status >/dev/null 2>&1; then
         break
@@ -90,17 +94,19 @@ expect 0 stop
 # Another process's number in the PID file: that process is left alone, and the daemon is found all the
 # same, as it is with an empty file.
 expect 0 start
-for content in "$camera" ""; do
+for content in "$other" ""; do
     echo "$content" >"$pid_file"
     expect 0 status
     expect 0 reload
 done
 expect 0 stop
-kill -0 "$camera"
+[ -e "/proc/$other/exe" ] || fail "ended another tree's daemon"
 [ ! -e "$pid_file" ] || fail "the PID file is still there"
-echo "$camera" >"$pid_file"
+echo "$other" >"$pid_file"
 expect 1 status
 expect 7 reload
 expect 0 stop
-kill -0 "$camera"
+[ -e "/proc/$other/exe" ] || fail "ended another tree's daemon"
+expect 3 status
+rm -r "$stage/sbin"
 expect 3 status
