@@ -41,3 +41,15 @@ INTERPOSE(void, syslog, (int level, const char *format, ...)) {
     log(level, format, arguments);
     va_end(arguments);
 }
+
+// What a fortified build calls.
+INTERPOSE(void, __vsyslog_chk, (int level, int /*flag*/, const char *format, va_list arguments)) {
+    log(level, format, arguments);
+}
+
+INTERPOSE(void, __syslog_chk, (int level, int /*flag*/, const char *format, ...)) {
+    va_list arguments;
+    va_start(arguments, format);
+    log(level, format, arguments);
+    va_end(arguments);
+}
