@@ -15,13 +15,15 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-set(ENV{PKG_CONFIG_SYSROOT_DIR} ${sysroot})
-set(ENV{PKG_CONFIG_LIBDIR} ${sysroot}/usr/lib/arm-linux-gnueabihf/pkgconfig)
 
-# Libraries that libraries need.
+# Libraries that libraries need. The linker parts folders at colons, the compiler at commas and the
+# shell at blanks, so these are named from where the build runs.
+file(RELATIVE_PATH near ${CMAKE_BINARY_DIR} ${sysroot})
 foreach(dir usr/lib lib)
     string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT
-        " -Wl,-rpath-link,${sysroot}/${dir}/arm-linux-gnueabihf")
+        " -Wl,-rpath-link,${near}/${dir}/arm-linux-gnueabihf")
 endforeach()
 
+# The emulator's loader looks there by itself: what is built needs no run path to it.
+set(CMAKE_PLATFORM_IMPLICIT_LINK_DIRECTORIES ${sysroot}/usr/lib/arm-linux-gnueabihf)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${sysroot})

@@ -16,12 +16,12 @@ fail() {
     exit 1
 }
 
-# expect STATUS ACTION...: what the init script answers.
+# expect STATUS ACTION...: what the init script answers. Its path is relative: it may not hold a colon.
 expect() {
     status=$1
     shift
     result=0
-    "$vcam" exec env PATH="$stage/busybox" sh "$stage/etc/init.d/voxo" "$@" || result=$?
+    (cd "$stage" && exec "$vcam" exec env PATH=busybox sh etc/init.d/voxo "$@") || result=$?
     [ "$result" -eq "$status" ] || fail "$* gave $result, not $status"
 }
 
