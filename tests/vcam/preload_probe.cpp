@@ -77,7 +77,8 @@ void checkViews() {
     int entries = 0;
     for (const char *const path : {"/var/run", "/dev"}) {
         DIR *const directory = opendir(path);
-        while (const dirent *const entry = readdir(directory)) {
+        // A file system may number its entries in 64 bits whatever the program's processor is.
+        while (const dirent64 *const entry = readdir64(directory)) {
             const char *const name = entry->d_name;
             entries += std::strcmp(name, "probe") == 0 || std::strcmp(name, "ao") == 0 ? 1 : 0;
         }
