@@ -158,7 +158,7 @@ TEST(Speaker, KeepsAsMuchAsThereIsRoomFor) {
     EXPECT_EQ(4 * 640, recordedFrames(first));
     const Recording tail = recordedSince(first, 640 + 100);
     EXPECT_EQ(2, tail.channels);
-    EXPECT_EQ(std::vector<std::int16_t>(2 * (3 * 640 - 100), 5), tail.samples);
+    EXPECT_EQ(std::vector<std::int16_t>(std::size_t{2} * (3 * 640 - 100), 5), tail.samples);
 }
 
 TEST_F(BoardTest, ChecksAsADriverDoes) {

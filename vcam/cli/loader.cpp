@@ -27,7 +27,7 @@ fs::path findProgram(const std::string &program) {
     const char *const list = std::getenv("PATH");
     std::istringstream directories(list != nullptr ? list : "/bin:/usr/bin");
     for (std::string directory; std::getline(directories, directory, ':');) {
-        const fs::path candidate = fs::path(directory.empty() ? "." : directory) / program;
+        fs::path candidate = fs::path(directory.empty() ? "." : directory) / program;
         if (access(candidate.c_str(), X_OK) == 0) {
             return candidate;
         }

@@ -61,7 +61,7 @@ std::string locationOf(const CameraDir &dir, const fs::path &file) {
     std::replace_if(
         name.begin(), name.end(), [](char character) { return !isPlain(character); }, '_');
     const std::size_t room = longestLocation - std::strlen(clipPlace);
-    const std::string location = clipPlace + name.substr(name.size() - std::min(name.size(), room));
+    std::string location = clipPlace + name.substr(name.size() - std::min(name.size(), room));
     const fs::path link = dir.place(location);
     try {
         fs::create_directories(link.parent_path());

@@ -65,7 +65,7 @@ const char *placeOf(const char *dir, const char *path, char *buffer) {
     if (!isCameraPath(plain) || isInside(dir, plain)) {
         return path;
     }
-    std::memcpy(buffer, dir, dirLength);
+    std::copy_n(dir, dirLength, buffer); // in front of the rest
     return buffer;
 }
 

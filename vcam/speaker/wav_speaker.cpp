@@ -26,7 +26,7 @@ WavSpeaker::WavSpeaker(fs::path path, LossRegisters &loss, std::uint64_t longest
 
 void WavSpeaker::play(const PlayFormat &format, std::span<const std::int32_t> samples) {
     const std::uint64_t frames = samples.size() / format.channels;
-    const std::uint64_t frameBytes = format.channels * (format.bits == 24 ? 3 : 2);
+    const std::uint64_t frameBytes = std::uint64_t{format.channels} * (format.bits == 24 ? 3 : 2);
     const bool isFull = (static_cast<std::uint64_t>(frames_) + frames) * frameBytes > longest_;
     errno = 0;
     const bool isOpen = (file_ != nullptr && format == format_ && !isFull) || open(format);
