@@ -27,8 +27,14 @@ void freeFile(WAV_FILE *wav) {
     std::free(wav);
 }
 
-// Whether the file can be a clip. The others are left alone: reading from a device may take from it
-// what another process waits for, and some do something when they are merely opened.
+// What may do something when it is merely opened: devices, and pipes, whose writers are woken.
+bool isLeftAlone(const char *path) {
+    struct stat status = {};
+    return stat(path, &status) == 0 &&
+           (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode) || S_ISFIFO(status.st_mode));
+}
+
+// Whether the file can be a clip. From the others nothing is read: another process may wait for it.
 bool isClip(const struct stat &status) {
     return S_ISREG(status.st_mode) && status.st_size > 0;
 }
@@ -55,12 +61,11 @@ bool parseOpened(WAV_FILE *wav) {
 }
 
 bool openWav(WAV_FILE *wav) {
-    struct stat status = {};
-    const bool isLeftAlone = stat(wav->name, &status) == 0 && !isClip(status);
-    if (!isLeftAlone && !openNamed(wav)) {
+    const bool isUnopened = isLeftAlone(wav->name);
+    if (!isUnopened && !openNamed(wav)) {
         return false;
     }
-    if (isLeftAlone || !parseOpened(wav)) {
+    if (isUnopened || !parseOpened(wav)) {
         std::printf("[wav] : Parse %s fail.\n", wav->name);
         return false;
     }

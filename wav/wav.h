@@ -65,8 +65,8 @@ struct WAV_INFO {
 
 // Opens and checks the file at `path` (at most its first 129 characters are used) and stores its
 // handle in *handle, which the caller gives back with WAV_Release. On failure *handle is untouched
-// and nothing stays open. Never waits; what is no regular file, or an empty one, is refused
-// unopened.
+// and nothing stays open. Never waits. Devices and pipes are not opened, and nothing is read
+// of what is no regular file, or an empty one.
 std::int32_t WAV_Initial(WAV_FILE **handle, const char *path);
 
 // Closes the file, frees the handle and sets *handle to null; -1 when either pointer is null.
