@@ -1,6 +1,7 @@
 # How the project is compiled. `project_warnings` hold for everything, `project_flags` add the
-# sanitizers of a build that has some and the guards of buffers, `product_flags` what the code on the camera gives up:
-# exceptions, run-time type information and guarded statics, so that it needs no C++ runtime library.
+# sanitizers of a build that has some and the guards of buffers, `product_flags` what the code on the
+# camera gives up: exceptions, run-time type information and guarded statics, so that it needs no C++
+# runtime library.
 # A release of the product is compiled for size; compile_for_speed() excepts its sample loops.
 
 add_library(project_warnings INTERFACE)

@@ -18,7 +18,7 @@ constexpr int boardIsLoaded = 86;
 constexpr char cameraRegistersFile[] = "/board";
 constexpr char cameraMemoryFile[] = "/memory";
 
-constexpr std::size_t cameraPathRoom = 4096;
+constexpr std::size_t cameraPathRoom = 8192; // a directory and a path, the longest of both
 
 // The drivers' files. In the camera's directory a link to the null device stands for each of them;
 // opening one by the camera's path leads to the board's model instead.
