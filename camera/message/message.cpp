@@ -7,9 +7,6 @@
 
 namespace {
 
-constexpr std::uint32_t shortestHeader = 4;
-constexpr std::uint32_t lastType = 4;
-
 // What a handler works on. Handlers are given the parser, which some of them stop.
 template <typename Reading>
 Reading &readingOf(void *parser) {
@@ -116,8 +113,8 @@ bool parseData(XML_Parser parser, const char *body, std::uint32_t length, DataRe
 
 int Message_GetTypeLength(const unsigned char *header, std::uint32_t count, std::uint32_t *type,
                           std::uint32_t *headerLength, std::uint32_t *bodyLength) {
-    if (count < shortestHeader || header[0] < 1 || header[0] > lastType ||
-        header[1] < shortestHeader) {
+    if (count < MESSAGE_HEADER_LENGTH || header[0] < MESSAGE_TYPE_FIRST ||
+        header[0] > MESSAGE_TYPE_LAST || header[1] < MESSAGE_HEADER_LENGTH) {
         return -1;
     }
     *type = header[0];

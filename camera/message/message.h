@@ -21,8 +21,12 @@
 extern "C" {
 #endif
 
+#define MESSAGE_HEADER_LENGTH 4u // the shortest
+
+#define MESSAGE_TYPE_FIRST 1u // types run from here
 #define MESSAGE_TYPE_CONTROL 2u
 #define MESSAGE_TYPE_DATA 3u
+#define MESSAGE_TYPE_LAST 4u // to here
 
 #define MESSAGE_DATA_LOCATION 5u            // a file path
 #define MESSAGE_DATA_MALFORMED 0x80000002u  // the body is not well-formed
@@ -31,6 +35,10 @@ extern "C" {
 // Words of a control entry.
 #define MESSAGE_ENTRY_CLASS 3
 #define MESSAGE_ENTRY_VALUE 4
+
+#define MESSAGE_CLASS_CLIP 1u // value 1 starts the clip, any other stops it
+#define MESSAGE_CLIP_STOP 0u
+#define MESSAGE_CLIP_START 1u
 
 typedef struct {
     uint32_t word[6];
@@ -53,6 +61,15 @@ uint32_t Message_GetDataType(XML_Parser parser, const char *body, uint32_t bodyL
 // cut off. 0, or not 0 when the body cannot be parsed or holds no data element.
 int Message_Parse_SingleData(XML_Parser parser, const char *body, uint32_t bodyLength, char *buffer,
                              uint32_t size);
+
+// For who sends: fills the header of a message whose body has `bodyLength` bytes, at most 65535.
+static inline void Message_PutHeader(unsigned char header[MESSAGE_HEADER_LENGTH], uint32_t type,
+                                     uint32_t bodyLength) {
+    header[0] = (unsigned char)type;
+    header[1] = MESSAGE_HEADER_LENGTH;
+    header[2] = (unsigned char)(bodyLength & 0xFF);
+    header[3] = (unsigned char)(bodyLength >> 8);
+}
 
 #ifdef __cplusplus
 }

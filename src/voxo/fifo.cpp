@@ -24,12 +24,8 @@ constexpr mode_t fifoMode = 0777;
 constexpr std::uint32_t receiveRoom = 1024;
 constexpr std::uint32_t messageLimit = receiveRoom - 1; // a message is shorter, header and body
 constexpr int bodyPatience = 100;                       // milliseconds
-constexpr std::uint32_t shortHeader = 4;
-constexpr unsigned char lastType = 4;
 constexpr std::uint32_t itemRoom = 60;
 constexpr std::uint32_t entryRoom = 10;
-constexpr std::uint32_t classClip = 1;
-constexpr std::uint32_t valueStart = 1;
 
 bool isFifo(int fd) {
     struct stat status = {};
@@ -65,10 +61,10 @@ void drain(int fd, std::uint32_t length) {
 }
 
 void obey(const MESSAGE_CONTROL_ENTRY &entry) {
-    if (entry.word[MESSAGE_ENTRY_CLASS] != classClip) {
+    if (entry.word[MESSAGE_ENTRY_CLASS] != MESSAGE_CLASS_CLIP) {
         return;
     }
-    if (entry.word[MESSAGE_ENTRY_VALUE] == valueStart) {
+    if (entry.word[MESSAGE_ENTRY_VALUE] == MESSAGE_CLIP_START) {
         voxoStartClip();
         std::puts("Get start!!");
     } else {
@@ -141,28 +137,31 @@ int voxoInitFIFO() {
 
 int voxoReceiveFIFOCmd(int fd) {
     unsigned char buffer[receiveRoom] = {};
-    if (readWithin(0, fd, buffer, shortHeader) < static_cast<ssize_t>(shortHeader)) {
+    if (readWithin(0, fd, buffer, MESSAGE_HEADER_LENGTH) <
+        static_cast<ssize_t>(MESSAGE_HEADER_LENGTH)) {
         return -1;
     }
-    if (buffer[0] < 1 || buffer[0] > lastType || buffer[1] == 0) {
+    if (buffer[0] < MESSAGE_TYPE_FIRST || buffer[0] > MESSAGE_TYPE_LAST || buffer[1] == 0) {
         return -1;
     }
     std::uint32_t type = 0;
     std::uint32_t headerLength = 0;
     std::uint32_t bodyLength = 0;
-    if (Message_GetTypeLength(buffer, shortHeader, &type, &headerLength, &bodyLength) != 0 ||
-        headerLength < shortHeader) {
+    if (Message_GetTypeLength(buffer, MESSAGE_HEADER_LENGTH, &type, &headerLength, &bodyLength) !=
+            0 ||
+        headerLength < MESSAGE_HEADER_LENGTH) {
         logReceiveError();
         return -1;
     }
-    const std::uint64_t rest = std::uint64_t{headerLength} - shortHeader + bodyLength;
-    if (shortHeader + rest >= messageLimit) {
+    const std::uint64_t rest = std::uint64_t{headerLength} - MESSAGE_HEADER_LENGTH + bodyLength;
+    if (MESSAGE_HEADER_LENGTH + rest >= messageLimit) {
         logReceiveError();
         drain(fd, static_cast<std::uint32_t>(std::min<std::uint64_t>(rest, UINT32_MAX)));
         return -1;
     }
     const int patience = rest > 0 ? bodyPatience : 0;
-    if (readWithin(patience, fd, buffer + shortHeader, static_cast<std::size_t>(rest)) <= 0) {
+    if (readWithin(patience, fd, buffer + MESSAGE_HEADER_LENGTH, static_cast<std::size_t>(rest)) <=
+        0) {
         logReceiveError();
         return -1;
     }

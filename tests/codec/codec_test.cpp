@@ -1,5 +1,5 @@
 #include "codec/g711_law.h"
-#include "vcam/cli/law_codec.h"
+#include "vcam/sender/law_codec.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "src/voxo/context.h"
 #include "src/voxo/daemon.h"
 #include "tests/support/captured.h"
-#include "vcam/cli/environment.h"
+#include "vcam/camera/environment.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/daemon/daemon_fixture.h"
-#include "vcam/cli/law_codec.h"
+#include "vcam/sender/law_codec.h"
 
 #include <numeric>
 

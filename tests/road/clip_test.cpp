@@ -2,7 +2,7 @@
 #include "tests/support/camera_process.h"
 #include "tests/wav/wav_bytes.h"
 #include "vcam/camera/camera.h"
-#include "vcam/cli/stream_sender.h"
+#include "vcam/sender/stream_sender.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Senders that mean no good: they keep nobody waiting, and the log stays short.
 #include "tests/support/camera_process.h"
-#include "vcam/cli/stream_sender.h"
+#include "vcam/sender/stream_sender.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,8 @@
 // Daemons that come and go at the worst moments. Each leaves on the camera what the next one finds.
 #include "tests/support/camera_process.h"
 #include "tests/support/random.h"
-#include "vcam/cli/stream_sender.h"
+#include "vcam/camera/text_file.h"
+#include "vcam/sender/stream_sender.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/support/redirect.h"
-#include "vcam/cli/child.h"
+#include "vcam/camera/child.h"
 
 #include <chrono>
 #include <cstdint>

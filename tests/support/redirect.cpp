@@ -1,7 +1,7 @@
 #include "tests/support/redirect.h"
 
+#include "vcam/camera/camera_paths.h"
 #include "vcam/preload/board_process.h"
-#include "vcam/preload/camera_paths.h"
 #include "vcam/preload/interpose.h"
 
 #include <fcntl.h>
@@ -34,10 +34,6 @@ int cameraDirFd() {
 
 const char *cameraPlaceOf(const char *path, char *buffer) {
     return cameraDir() != nullptr ? placeOf(cameraDir(), path, buffer) : path;
-}
-
-bool callFails(FailingCall /*call*/) {
-    return false;
 }
 
 INTERPOSE(int, setsockopt, (int fd, int level, int name, const void *value, socklen_t size)) {

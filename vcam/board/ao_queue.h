@@ -2,7 +2,7 @@
 // compared by their distance.
 #pragma once
 
-#include "vcam/board/registers.h"
+#include "vcam/board/board.h"
 
 // The count of the first period that still waits: none that was cleared does.
 inline std::uint32_t aoQueueFront(const AoChannelRegisters &channel) {
@@ -20,3 +20,6 @@ inline std::uint32_t aoQueueFill(const AoChannelRegisters &channel) {
 inline bool aoQueueHasSlot(const AoChannelRegisters &channel) {
     return channel.queued - channel.played < aoQueueRoom;
 }
+
+// Waits until no channel has a period left, or `deadline` of the board's clock.
+void waitForSilence(Board &board, std::uint64_t deadline);

@@ -1,24 +1,23 @@
 #include "vcam/board/devices.h"
 
+#include "vcam/board/library_calls.h"
+#include "vcam/camera/camera_paths.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 BoardDevices::BoardDevices(Board &board)
     : board_(board), acodec_(board), ao_(board), log_(board), mem_(board), sys_(board), vb_(board),
       zone_(board) {}
 
 BoardDevice *BoardDevices::find(const char *path) {
-    struct Entry {
-        const char *path;
-        BoardDevice *device;
-    };
-    const Entry entries[] = {{"/dev/acodec", &acodec_},   {"/dev/ao", &ao_},
-                             {"/dev/logmpp", &log_},      {"/dev/mem", &mem_},
-                             {"/dev/sys", &sys_},         {"/dev/vb", &vb_},
-                             {"/dev/mmz_userdev", &zone_}};
-    for (const Entry &entry : entries) {
-        if (std::strcmp(path, entry.path) == 0) {
-            return entry.device;
+    BoardDevice *const devices[] = {&acodec_, &ao_, &log_, &mem_, &zone_, &sys_, &vb_};
+    static_assert(std::size(devices) == std::size(cameraDevicePaths));
+    for (std::size_t i = 0; i < std::size(devices); ++i) {
+        if (std::strcmp(path, cameraDevicePaths[i]) == 0) {
+            return devices[i];
         }
     }
     return nullptr;
@@ -48,6 +47,13 @@ bool boardIssueFails(BoardRegisters &registers, std::uint32_t command, std::int3
         }
     }
     return false;
+}
+
+bool boardFailsCalls(const BoardRegisters &registers) {
+    return std::any_of(std::begin(registers.faults), std::end(registers.faults),
+                       [](const FaultRegisters &fault) {
+                           return fault.countdown != 0 && isLibraryCall(fault.command);
+                       });
 }
 
 bool boardFail(BoardRegisters &registers, std::uint32_t command, std::uint32_t countdown,

@@ -34,6 +34,9 @@ private:
 // it, when it is to fail.
 bool boardIssueFails(BoardRegisters &registers, std::uint32_t command, std::int32_t *result);
 
+// Whether a call of the C library is still to fail.
+bool boardFailsCalls(const BoardRegisters &registers);
+
 // Makes the command's `countdown`-th issue from now on end with `result`, a driver's. False: as
 // many faults as the board can have are set.
 bool boardFail(BoardRegisters &registers, std::uint32_t command, std::uint32_t countdown,

@@ -41,3 +41,7 @@ constexpr std::uint32_t libraryCallCode(std::string_view name) {
     return 0;
 }
 static_assert(std::size(libraryCalls) < 0x100);
+
+constexpr bool isLibraryCall(std::uint32_t code) {
+    return code >= 1 && code <= std::size(libraryCalls);
+}

@@ -1,12 +1,11 @@
-// A virtual camera as its files: the directory that holds it, and who runs it.
+// Where a virtual camera lies: the directory that holds it.
 #pragma once
 
-#include "vcam/board/board.h"
+#include "vcam/camera/camera_paths.h"
 
 #include <sys/un.h>
 
 #include <filesystem>
-#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -51,45 +50,3 @@ public:
 private:
     std::filesystem::path path_;
 };
-
-// The camera's own paths.
-constexpr char tesselSocketPath[] = "/tmp/tessel";
-constexpr char tesselProgramPath[] = "/usr/sbin/tessel";
-constexpr char logSocketPath[] = "/dev/log";
-constexpr char streamSocketPath[] = "/var/run/voxo/c0/stream";
-constexpr char controlFifoPath[] = "/var/run/voxo/c0/controlfifo";
-constexpr char voxoPidPath[] = "/var/run/voxo.pid";
-constexpr char otherConfigPath[] = "/var/run/voxo.xml"; // a link to the user's
-constexpr char videoPidPath[] = "/var/run/venc.pid";
-constexpr char encoderPidPath[] = "/var/run/aenc.pid";
-
-// A file of the camera, mapped.
-class MappedBoard {
-public:
-    enum class Mode { create, open };
-
-    // `create` makes a new one, whose loudspeaker is this process's. Throws when it cannot be had,
-    // or is no board of this kind.
-    MappedBoard(const CameraDir &dir, Mode mode);
-    MappedBoard(const MappedBoard &) = delete;
-    MappedBoard &operator=(const MappedBoard &) = delete;
-    ~MappedBoard();
-
-    BoardRegisters &registers() { return *registers_; }
-    Board &board() { return board_; }
-
-private:
-    BoardRegisters *registers_;
-    SystemBoardTime time_;
-    Board board_;
-};
-
-// Process id in a file, or none: no such file, no number in it.
-std::optional<int> readPidFile(const std::filesystem::path &file);
-// Throws when it cannot, as the next do.
-void writePidFile(const std::filesystem::path &file, int pid);
-
-void writeFile(const std::filesystem::path &path, const std::string &text);
-
-// Throws a CameraError of what cannot be done at a path, and of errno.
-[[noreturn]] void failAt(const std::string &what, const std::filesystem::path &path);

@@ -1,6 +1,6 @@
 #include "vcam/camera/log_file.h"
 
-#include "vcam/camera/camera.h"
+#include "vcam/camera/text_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -2,8 +2,9 @@
 
 #include "mpp/include/mpp_ao.h"
 #include "vcam/board/ao_queue.h"
-#include "vcam/cli/law_codec.h"
-#include "vcam/cli/stream_sender.h"
+#include "vcam/camera/mapped_board.h"
+#include "vcam/sender/law_codec.h"
+#include "vcam/sender/stream_sender.h"
 #include "vcam/speaker/wav_recording.h"
 
 #include <unistd.h>

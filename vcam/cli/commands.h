@@ -3,7 +3,7 @@
 #pragma once
 
 #include "vcam/camera/camera.h"
-#include "vcam/cli/environment.h"
+#include "vcam/camera/environment.h"
 #include "vcam/speaker/wav_speaker.h"
 
 #include <cstdint>

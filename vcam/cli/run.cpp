@@ -1,27 +1,15 @@
 #include "vcam/cli/commands.h"
 
-#include "base/unique_fd.h"
 #include "vcam/board/devices.h"
 #include "vcam/board/library_calls.h"
-#include "vcam/cli/camera_files.h"
-#include "vcam/cli/child.h"
-#include "vcam/cli/log_collector.h"
-#include "vcam/speaker/player.h"
+#include "vcam/camera/running_camera.h"
 #include "vcam/speaker/wav_speaker.h"
-#include "vcam/tessel/tessel.h"
 
-#include <unistd.h>
-
-#include <chrono>
-#include <csignal>
 #include <iostream>
-#include <optional>
-
-namespace fs = std::filesystem;
+#include <memory>
 
 namespace {
 
-constexpr auto endPatience = std::chrono::seconds(5);
 constexpr std::int32_t faultResult = -1;
 
 // Sets a fault that is written as COMMAND:N, where COMMAND is a driver's or a call's name.
@@ -52,71 +40,21 @@ void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
     }
 }
 
-std::vector<std::string> daemonCommand(const CameraDir &dir, const Target &target,
-                                       const RunOptions &options) {
-    const std::string config =
-        options.config.empty() ? dir.configFile().string() : fs::absolute(options.config).string();
-    return {target.voxoFile(), "-c", config, "-p", voxoPidPath};
-}
-
-// Waits for signals until the camera is to end. Returns the exit status.
-int supervise(Child &daemon, BoardRegisters &registers, const sigset_t &signals) {
-    for (;;) {
-        siginfo_t info = {};
-        if (sigwaitinfo(&signals, &info) < 0) {
-            continue;
-        }
-        switch (info.si_signo) {
-        case SIGUSR1:
-            ++registers.neighbours.encoderSignals;
-            break;
-        case SIGCHLD:
-            if (const std::optional<int> status = daemon.poll()) {
-                std::cerr << "vcam: voxo has ended by itself, with status " << *status << '\n';
-                return 1;
-            }
-            break;
-        default: // SIGINT, SIGTERM
-            return daemon.end(signals, endPatience, [&] { ++registers.neighbours.encoderSignals; });
-        }
-    }
-}
-
 } // namespace
 
 int runCamera(const CameraDir &dir, const Target &target, const RunOptions &options) {
-    // Blocked in every thread that is started from here on; this one waits for them.
-    sigset_t signals = {};
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGUSR1}) {
-        sigaddset(&signals, signal);
-    }
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-
-    const UniqueFd lock = lockDirectory(dir);
-    const CameraFiles files(dir);
-    MappedBoard board(dir, MappedBoard::Mode::create);
-    setUpBoard(board.registers(), options);
-    if (!options.config.empty()) {
-        fs::create_symlink(fs::absolute(options.config), dir.place(otherConfigPath));
-    }
-
-    const LogCollector collector(dir);
-    const Tessel tessel(dir, SettingsStore::ofCamera(),
-                        [&](const std::string &key) { signalVolume(dir, key); });
-    WavSpeaker speaker(dir.speakerFile(), board.registers().loss, options.longestFile);
-    const Player player(board.board(), speaker);
-
+    RunningCamera camera(dir, options.config);
+    setUpBoard(camera.registers(), options);
+    camera.connect(std::make_unique<WavSpeaker>(dir.speakerFile(), camera.registers().loss,
+                                                options.longestFile));
     std::cout << "vcam: camera in " << dir.path().string() << "\nvcam: loudspeaker in "
               << dir.speakerFile().string() << std::endl;
-    Child daemon;
     if (options.bare) {
         std::cout << "vcam: the board is up, without the daemon" << std::endl;
     } else {
-        requireBoard(dir, target);
-        daemon.start(commandOn(target, daemonCommand(dir, target, options)),
-                     [&] { enterBoard(dir, target); });
+        camera.startDaemon(target);
     }
-    const int status = supervise(daemon, board.registers(), signals);
+    const int status = camera.supervise();
     std::cout << "vcam: the camera has ended" << std::endl;
     return status;
 }

@@ -3,30 +3,25 @@
 // what was sent, sample by sample, and the daemon's resources are watched.
 #include "vcam/cli/commands.h"
 
-#include "vcam/cli/camera_files.h"
-#include "vcam/cli/child.h"
-#include "vcam/cli/environment.h"
-#include "vcam/cli/law_codec.h"
-#include "vcam/cli/log_collector.h"
-#include "vcam/cli/soak_intruder.h"
-#include "vcam/cli/soak_listener.h"
-#include "vcam/cli/stream_sender.h"
-#include "vcam/speaker/player.h"
-#include "vcam/tessel/tessel.h"
+#include "vcam/camera/running_camera.h"
+#include "vcam/sender/intruder.h"
+#include "vcam/sender/law_codec.h"
+#include "vcam/sender/stream_sender.h"
+#include "vcam/speaker/listener.h"
 
-#include <fcntl.h>
 #include <sndfile.hh>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <random>
 #include <span>
+#include <utility>
 
 namespace {
 
@@ -37,7 +32,6 @@ constexpr std::size_t longestStretch = 100; // records
 constexpr std::size_t chunkSamples = 1024;  // of a clip
 constexpr std::size_t longestClip = 24;     // chunks
 constexpr auto patience = std::chrono::seconds(10);
-constexpr auto endPatience = std::chrono::seconds(5);
 constexpr unsigned linesOfProgress = 20;
 constexpr int looks = 10;
 constexpr useconds_t lookMicroSec = 1000;
@@ -90,21 +84,12 @@ std::string fromTo(std::size_t first, std::size_t last) {
 
 class Soak {
 public:
-    Soak(const CameraDir &dir, const sigset_t &signals)
-        : dir_(dir), signals_(signals), lock_(lockDirectory(dir)), files_(dir),
-          board_(dir, MappedBoard::Mode::create), collector_(dir),
-          player_(board_.board(), listener_) {
-        board_.registers().pace = paceAsTheyCome;
-        startSettings();
-        requireBoard(dir, Target{});
-        daemon_.start(
-            {Target{}.voxoFile(), "-c", dir.configFile().string(), "-p", voxoPidPath}, [&dir] {
-                enterBoard(dir, Target{});
-                const int out =
-                    open((dir.path() / "voxo.log").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-                dup2(out, STDOUT_FILENO);
-                dup2(out, STDERR_FILENO);
-            });
+    explicit Soak(const CameraDir &dir) : dir_(dir), camera_(dir) {
+        camera_.registers().pace = paceAsTheyCome;
+        auto listener = std::make_unique<Listener>();
+        listener_ = listener.get();
+        camera_.connect(std::move(listener));
+        camera_.startDaemon(Target{}, dir.path() / "voxo.log");
         sender_.emplace(dir);
         intruder_.emplace(dir);
         intruder_->settle();
@@ -117,7 +102,7 @@ public:
         Resources quarter;
         while (records_ < records) {
             round(records);
-            requireRunning();
+            camera_.requireDaemon();
             if (quarter.descriptors == 0 && 4 * records_ >= records) {
                 quarter = resources();
             }
@@ -130,7 +115,7 @@ public:
         }
         const Resources last = resources();
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-        const int status = daemon_.end(signals_, endPatience, [] {});
+        const int status = camera_.endDaemon();
         return printTable(seconds, quarter, last, status);
     }
 
@@ -182,10 +167,10 @@ private:
             }
             const std::size_t at = i * streamPayload;
             sender_->sendPayload(std::span(bytes).subspan(at, streamPayload));
-            listener_.expect(std::span(samples).subspan(at, streamPayload));
+            listener_->expect(std::span(samples).subspan(at, streamPayload));
         }
         records_ += count;
-        listener_.hear(patience);
+        listener_->hear(patience);
         intruder_->settle(); // the last record has been handled, not only the one before it
     }
 
@@ -200,7 +185,7 @@ private:
             throw CameraError("cannot write " + clipFile() + ": " + file.strError());
         }
         for (std::size_t i = 0; i < chunks; ++i) {
-            listener_.expect(std::span(clip).subspan(i * chunkSamples, chunkSamples));
+            listener_->expect(std::span(clip).subspan(i * chunkSamples, chunkSamples));
         }
         ++clips_;
     }
@@ -208,10 +193,10 @@ private:
     void playClip(std::size_t chunks) {
         nameClip(chunks);
         startClip(dir_, clipFile());
-        listener_.hear(patience);
+        listener_->hear(patience);
         intruder_->settle();
         intruder_->settle(); // the first may have come between the last chunks
-        listener_.cleared();
+        listener_->cleared();
     }
 
     void stopClipInTheMiddle(std::size_t chunks) {
@@ -220,11 +205,11 @@ private:
         usleep(static_cast<useconds_t>(below(2000)));
         stopClip(dir_);
         intruder_->settle();
-        listener_.cleared();
+        listener_->cleared();
     }
 
     void startClipWhileTalking() {
-        if (!settings_) {
+        if (!camera_.hasTessel()) {
             return;
         }
         talk(dir_, true);
@@ -232,17 +217,17 @@ private:
         intruder_->settle();
         intruder_->settle();
         talk(dir_, false);
-        listener_.cleared();
+        listener_->cleared();
     }
 
     void changeVolume() {
-        if (!settings_) {
+        if (!camera_.hasTessel()) {
             return;
         }
         const std::size_t volume = below(101);
         setSetting(dir_, "audioout_c0_volume", std::to_string(volume));
         const std::uint32_t gain = static_cast<std::uint32_t>(91 - volume * 91 / 100);
-        const Register &left = board_.registers().acodec.volume[0];
+        const Register &left = camera_.registers().acodec.volume[0];
         for (const auto deadline = Clock::now() + patience; left != gain; usleep(1000)) {
             if (Clock::now() > deadline) {
                 throw CameraError("the volume does not change");
@@ -251,41 +236,23 @@ private:
         ++volumes_;
     }
 
-    void startSettings() {
-        settings_.emplace(dir_, SettingsStore::ofCamera(),
-                          [this](const std::string &key) { signalVolume(dir_, key); });
-    }
-
     // The settings daemon goes, and comes back with the next of these.
     void restartSettings() {
-        if (settings_) {
-            settings_.reset();
+        if (camera_.hasTessel()) {
+            camera_.stopTessel();
         } else {
-            startSettings();
+            camera_.startTessel();
         }
         ++restarts_;
-    }
-
-    void requireRunning() {
-        if (const std::optional<int> status = daemon_.poll()) {
-            throw CameraError("voxo has ended by itself, with status " + std::to_string(*status));
-        }
-        sigset_t ending = {};
-        sigaddset(&ending, SIGINT);
-        sigaddset(&ending, SIGTERM);
-        const timespec now = {};
-        if (sigtimedwait(&ending, nullptr, &now) > 0) {
-            throw CameraError("the soak was interrupted");
-        }
     }
 
     // The least of several looks: now and then the daemon has a socket open for a moment.
     Resources resources() const {
         intruder_->settle();
-        Resources least = resourcesOf(daemon_.pid());
+        Resources least = resourcesOf(camera_.daemon().pid());
         for (int look = 0; look < looks; ++look) {
             usleep(lookMicroSec);
-            const Resources now = resourcesOf(daemon_.pid());
+            const Resources now = resourcesOf(camera_.daemon().pid());
             least.residentKilobytes = std::min(least.residentKilobytes, now.residentKilobytes);
             least.dataKilobytes = std::min(least.dataKilobytes, now.dataKilobytes);
             least.descriptors = std::min(least.descriptors, now.descriptors);
@@ -296,7 +263,7 @@ private:
     std::string clipFile() const { return dir_.path() / "clip.wav"; }
 
     int printTable(double seconds, const Resources &first, const Resources &last, int status) {
-        const std::size_t differing = listener_.differing();
+        const std::size_t differing = listener_->differing();
         std::cout << "vcam: the soak, resources from its first quarter on\n";
         row("records", records_);
         row("clips", clips_);
@@ -309,7 +276,7 @@ private:
         row("data segment, kB", fromTo(first.dataKilobytes, last.dataKilobytes));
         row("descriptors", fromTo(first.descriptors, last.descriptors));
         row("segments attached", fromTo(first.segments, last.segments));
-        row("samples heard", listener_.heard());
+        row("samples heard", listener_->heard());
         row("samples that differ", differing);
         row("exit status of the daemon", status);
         const bool isFlat = last.residentKilobytes <= first.residentKilobytes + memoryTolerance &&
@@ -322,15 +289,8 @@ private:
     }
 
     const CameraDir &dir_;
-    const sigset_t &signals_;
-    const UniqueFd lock_;
-    const CameraFiles files_;
-    MappedBoard board_;
-    const LogCollector collector_;
-    std::optional<Tessel> settings_;
-    Listener listener_;
-    const Player player_;
-    Child daemon_;
+    RunningCamera camera_;
+    Listener *listener_ = nullptr; // the camera's
     std::optional<StreamSender> sender_;
     std::optional<Intruder> intruder_;
     std::mt19937 random_{seed};
@@ -343,12 +303,5 @@ private:
 } // namespace
 
 int soak(const CameraDir &dir, std::size_t records) {
-    // Blocked in every thread that is started from here on. The daemon tells this process, which is
-    // the audio encoder to it, of its start and end.
-    sigset_t signals = {};
-    for (const int signal : {SIGINT, SIGTERM, SIGCHLD, SIGUSR1}) {
-        sigaddset(&signals, signal);
-    }
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    return Soak(dir, signals).run(records);
+    return Soak(dir).run(records);
 }

@@ -3,7 +3,9 @@
 #include "mpp/include/mpp_ao.h"
 #include "vcam/board/ao_queue.h"
 #include "vcam/board/library_calls.h"
-#include "vcam/tessel/tessel.h"
+#include "vcam/camera/mapped_board.h"
+#include "vcam/camera/text_file.h"
+#include "vcam/tessel/tessel_server.h"
 
 #include <array>
 #include <cmath>
@@ -103,7 +105,7 @@ void showFaults(const BoardRegisters &registers) {
             continue;
         }
         std::ostringstream name;
-        if (fault.command <= std::size(libraryCalls)) {
+        if (isLibraryCall(fault.command)) {
             name << libraryCalls[fault.command - 1].name;
         } else {
             name << "0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0')

@@ -1,6 +1,7 @@
 #include "vcam/preload/board_process.h"
 
-#include "vcam/preload/camera_paths.h"
+#include "vcam/camera/camera_paths.h"
+#include "vcam/preload/call_fault.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -115,13 +116,9 @@ const char *cameraPlaceOf(const char *path, char *buffer) {
     return cameraDir() != nullptr ? placeOf(directory, path, buffer) : path;
 }
 
-bool callFails(FailingCall call) {
+bool vcamCallFails(std::uint32_t code) {
     std::int32_t ignored = 0;
-    if (cameraDir() == nullptr || !boardIssueFails(processBoard().registers, call.code, &ignored)) {
-        return false;
-    }
-    errno = libraryCalls[call.code - 1].error;
-    return true;
+    return cameraDir() != nullptr && boardIssueFails(processBoard().registers, code, &ignored);
 }
 
 bool openDevice(const char *path, int *fd) {

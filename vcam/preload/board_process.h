@@ -2,7 +2,6 @@
 #pragma once
 
 #include "vcam/board/devices.h"
-#include "vcam/board/library_calls.h"
 
 #include <sys/types.h>
 
@@ -17,20 +16,6 @@ Board &processBoard();
 
 // `path`, or its place in the camera's directory (in `buffer` of cameraPathRoom bytes).
 const char *cameraPlaceOf(const char *path, char *buffer);
-
-// A call of the C library that may be made to fail; a name that is in no list does not compile.
-void noSuchLibraryCall();
-struct FailingCall {
-    consteval FailingCall(const char *name) : code(libraryCallCode(name)) {
-        if (code == 0) {
-            noSuchLibraryCall();
-        }
-    }
-    std::uint32_t code;
-};
-
-// Counts a call. True, with errno set, when the board is to fail it this time.
-bool callFails(FailingCall call);
 
 // Opens a device file: false when the path is no device's, else *fd is its descriptor, or -1 with
 // errno when there is none left for it. The descriptor is a real one, of the null device, so that

@@ -1,7 +1,8 @@
 // Descriptors: opening device files and what is done with them.
+#include "vcam/camera/camera_paths.h"
 #include "vcam/preload/board_process.h"
-#include "vcam/preload/camera_paths.h"
 #include "vcam/preload/interpose.h"
+#include "vcam/preload/optional_argument.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -9,18 +10,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdarg>
 
 namespace {
 
-bool takesMode(int flags) {
-    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
-}
-
 int openPath(int dirFd, const char *path, int flags, mode_t mode) {
-    if (callFails("open")) {
-        return -1;
-    }
     int device = -1;
     if (path != nullptr && path[0] == '/' && openDevice(path, &device)) {
         return device;
@@ -37,9 +30,6 @@ constexpr int largeFile = 0;
 
 void *mapFile(void *address, std::size_t length, int protection, int flags, int fd,
               std::uint64_t offset) {
-    if (callFails("mmap")) {
-        return MAP_FAILED;
-    }
     OpenDevice *const open = openDeviceOf(fd);
     if (open != nullptr && (flags & MAP_ANONYMOUS) == 0) {
         void *const mapping = open->device->map(open->file, length, offset);
@@ -55,18 +45,12 @@ void *mapFile(void *address, std::size_t length, int protection, int flags, int 
 }
 
 ssize_t readFile(int fd, void *buffer, std::size_t size) {
-    if (callFails("read")) {
-        return -1;
-    }
     OpenDevice *const open = openDeviceOf(fd);
     return open != nullptr ? open->device->read(open->file, buffer, size)
                            : syscall(SYS_read, fd, buffer, size);
 }
 
 int controlFile(int fd, int command, void *argument) {
-    if (callFails("fcntl")) {
-        return -1;
-    }
 #ifdef SYS_fcntl64
     const auto result = static_cast<int>(syscall(SYS_fcntl64, fd, command, argument));
 #else
@@ -78,30 +62,9 @@ int controlFile(int fd, int command, void *argument) {
 
 } // namespace
 
-// Takes the optional last argument of a call.
-// NOLINTBEGIN(bugprone-macro-parentheses)
-#define OPTIONAL_ARGUMENT(type, last, name)                                                        \
-    va_list arguments;                                                                             \
-    va_start(arguments, last);                                                                     \
-    const auto name = va_arg(arguments, type);                                                     \
-    va_end(arguments)
-// NOLINTEND(bugprone-macro-parentheses)
-
-#define OPTIONAL_MODE(flags)                                                                       \
-    mode_t mode = 0;                                                                               \
-    if (takesMode(flags)) {                                                                        \
-        OPTIONAL_ARGUMENT(unsigned, flags, given);                                                 \
-        mode = given;                                                                              \
-    }
-
 INTERPOSE(int, open, (const char *path, int flags, ...)) {
     OPTIONAL_MODE(flags)
     return openPath(AT_FDCWD, path, flags, mode);
-}
-
-INTERPOSE(int, open64, (const char *path, int flags, ...)) {
-    OPTIONAL_MODE(flags)
-    return openPath(AT_FDCWD, path, flags | largeFile, mode);
 }
 
 INTERPOSE(int, openat, (int dirFd, const char *path, int flags, ...)) {
@@ -109,17 +72,8 @@ INTERPOSE(int, openat, (int dirFd, const char *path, int flags, ...)) {
     return openPath(dirFd, path, flags, mode);
 }
 
-INTERPOSE(int, openat64, (int dirFd, const char *path, int flags, ...)) {
-    OPTIONAL_MODE(flags)
-    return openPath(dirFd, path, flags | largeFile, mode);
-}
-
 INTERPOSE(int, __open_2, (const char *path, int flags)) {
     return openPath(AT_FDCWD, path, flags, 0);
-}
-
-INTERPOSE(int, __open64_2, (const char *path, int flags)) {
-    return openPath(AT_FDCWD, path, flags | largeFile, 0);
 }
 
 INTERPOSE(int, close, (int fd)) {
@@ -147,11 +101,6 @@ INTERPOSE(int, fcntl, (int fd, int command, ...)) {
     return controlFile(fd, command, argument);
 }
 
-INTERPOSE(int, fcntl64, (int fd, int command, ...)) {
-    OPTIONAL_ARGUMENT(void *, command, argument);
-    return controlFile(fd, command, argument);
-}
-
 INTERPOSE(int, ioctl, (int fd, unsigned long request, ...)) {
     OPTIONAL_ARGUMENT(void *, request, argument);
     OpenDevice *const open = openDeviceOf(fd);
@@ -175,10 +124,32 @@ INTERPOSE(void *, mmap,
     return mapFile(address, length, protection, flags, fd, static_cast<unsigned long>(offset));
 }
 
+#ifdef __GLIBC__
+// The names of programs with 64-bit file offsets.
+INTERPOSE(int, open64, (const char *path, int flags, ...)) {
+    OPTIONAL_MODE(flags)
+    return openPath(AT_FDCWD, path, flags | largeFile, mode);
+}
+
+INTERPOSE(int, openat64, (int dirFd, const char *path, int flags, ...)) {
+    OPTIONAL_MODE(flags)
+    return openPath(dirFd, path, flags | largeFile, mode);
+}
+
+INTERPOSE(int, __open64_2, (const char *path, int flags)) {
+    return openPath(AT_FDCWD, path, flags | largeFile, 0);
+}
+
+INTERPOSE(int, fcntl64, (int fd, int command, ...)) {
+    OPTIONAL_ARGUMENT(void *, command, argument);
+    return controlFile(fd, command, argument);
+}
+
 INTERPOSE(void *, mmap64,
           (void *address, std::size_t length, int protection, int flags, int fd, off64_t offset)) {
     return mapFile(address, length, protection, flags, fd, static_cast<std::uint64_t>(offset));
 }
+#endif
 
 #ifndef __LP64__
 // Names that 32-bit programs with 64-bit times reach.

@@ -1,6 +1,6 @@
 // Calls that name a file.
+#include "vcam/camera/camera_paths.h"
 #include "vcam/preload/board_process.h"
-#include "vcam/preload/camera_paths.h"
 #include "vcam/preload/interpose.h"
 
 #include <dirent.h>
@@ -32,12 +32,6 @@ int passStatAt(const char *name, int dirFd, const char *path, Status *status, in
     return next(dirFd, cameraPlaceOf(path, buffer), status, flags);
 }
 
-// The same for one that the board may fail, with -1.
-template <typename Second>
-int passPathUnlessFailing(FailingCall call, const char *name, const char *path, Second second) {
-    return callFails(call) ? -1 : passPath<int>(name, path, second);
-}
-
 bool namesDevice(const char *path) {
     char plain[cameraPathRoom];
     if (path == nullptr || path[0] != '/' || std::strlen(path) >= sizeof plain) {
@@ -55,40 +49,43 @@ int unlinkPath(const char *path, int flags, int dirFd = AT_FDCWD) {
 } // namespace
 
 INTERPOSE(std::FILE *, fopen, (const char *path, const char *mode)) {
-    return callFails("fopen") ? nullptr : passPath<std::FILE *>("fopen", path, mode);
-}
-
-INTERPOSE(std::FILE *, fopen64, (const char *path, const char *mode)) {
-    return callFails("fopen") ? nullptr : passPath<std::FILE *>("fopen64", path, mode);
+    return passPath<std::FILE *>("fopen", path, mode);
 }
 
 INTERPOSE(int, stat, (const char *path, struct stat *status)) {
-    return passPathUnlessFailing("stat", "stat", path, status);
-}
-
-INTERPOSE(int, stat64, (const char *path, struct stat64 *status)) {
-    return passPathUnlessFailing("stat", "stat64", path, status);
+    return passPath<int>("stat", path, status);
 }
 
 INTERPOSE(int, lstat, (const char *path, struct stat *status)) {
     return passPath<int>("lstat", path, status);
 }
 
-INTERPOSE(int, lstat64, (const char *path, struct stat64 *status)) {
-    return passPath<int>("lstat64", path, status);
-}
-
 INTERPOSE(int, fstatat, (int dirFd, const char *path, struct stat *status, int flags)) {
     return passStatAt("fstatat", dirFd, path, status, flags);
+}
+
+#ifdef __GLIBC__
+// The names of programs with 64-bit file offsets.
+INTERPOSE(std::FILE *, fopen64, (const char *path, const char *mode)) {
+    return passPath<std::FILE *>("fopen64", path, mode);
+}
+
+INTERPOSE(int, stat64, (const char *path, struct stat64 *status)) {
+    return passPath<int>("stat64", path, status);
+}
+
+INTERPOSE(int, lstat64, (const char *path, struct stat64 *status)) {
+    return passPath<int>("lstat64", path, status);
 }
 
 INTERPOSE(int, fstatat64, (int dirFd, const char *path, struct stat64 *status, int flags)) {
     return passStatAt("fstatat64", dirFd, path, status, flags);
 }
+#endif
 
 #ifndef __LP64__
 INTERPOSE(int, __stat64_time64, (const char *path, void *status)) {
-    return passPathUnlessFailing("stat", "__stat64_time64", path, status);
+    return passPath<int>("__stat64_time64", path, status);
 }
 
 INTERPOSE(int, __fstatat64_time64, (int dirFd, const char *path, void *status, int flags)) {
@@ -97,26 +94,17 @@ INTERPOSE(int, __fstatat64_time64, (int dirFd, const char *path, void *status, i
 #endif
 
 INTERPOSE(int, access, (const char *path, int mode)) {
-    if (callFails("access")) {
-        return -1;
-    }
     char buffer[cameraPathRoom];
     return static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, cameraPlaceOf(path, buffer), mode));
 }
 
 INTERPOSE(int, mkfifo, (const char *path, mode_t mode)) {
-    if (callFails("mkfifo")) {
-        return -1;
-    }
     char buffer[cameraPathRoom];
     return static_cast<int>(
         syscall(SYS_mknodat, AT_FDCWD, cameraPlaceOf(path, buffer), mode | S_IFIFO, 0));
 }
 
 INTERPOSE(int, chmod, (const char *path, mode_t mode)) {
-    if (callFails("chmod")) {
-        return -1;
-    }
     if (cameraDir() != nullptr && namesDevice(path)) {
         errno = EPERM; // what stands for it is a link to the PC's null device
         return -1;
@@ -126,7 +114,7 @@ INTERPOSE(int, chmod, (const char *path, mode_t mode)) {
 }
 
 INTERPOSE(int, unlink, (const char *path)) {
-    return callFails("unlink") ? -1 : unlinkPath(path, 0);
+    return unlinkPath(path, 0);
 }
 
 INTERPOSE(int, unlinkat, (int dirFd, const char *path, int flags)) {
@@ -134,9 +122,6 @@ INTERPOSE(int, unlinkat, (int dirFd, const char *path, int flags)) {
 }
 
 INTERPOSE(int, remove, (const char *path)) {
-    if (callFails("remove")) {
-        return -1;
-    }
     const int result = unlinkPath(path, 0);
     return result != 0 && (errno == EISDIR || errno == EPERM) ? unlinkPath(path, AT_REMOVEDIR)
                                                               : result;
@@ -187,5 +172,5 @@ INTERPOSE(int, rename, (const char *from, const char *to)) {
 }
 
 INTERPOSE(key_t, ftok, (const char *path, int project)) {
-    return passPathUnlessFailing("ftok", "ftok", path, project);
+    return passPath<int>("ftok", path, project);
 }

@@ -1,6 +1,6 @@
 // Local sockets at a camera's paths.
+#include "vcam/camera/camera_paths.h"
 #include "vcam/preload/board_process.h"
-#include "vcam/preload/camera_paths.h"
 #include "vcam/preload/interpose.h"
 
 #include <sys/socket.h>
@@ -50,18 +50,12 @@ private:
 } // namespace
 
 INTERPOSE(int, bind, (int fd, const sockaddr *address, socklen_t length)) {
-    if (callFails("bind")) {
-        return -1;
-    }
     const CameraAddress camera(address, length);
     return camera.fits() ? static_cast<int>(syscall(SYS_bind, fd, camera.get(), camera.length()))
                          : -1;
 }
 
 INTERPOSE(int, connect, (int fd, const sockaddr *address, socklen_t length)) {
-    if (callFails("connect")) {
-        return -1;
-    }
     const CameraAddress camera(address, length);
     return camera.fits() ? static_cast<int>(syscall(SYS_connect, fd, camera.get(), camera.length()))
                          : -1;

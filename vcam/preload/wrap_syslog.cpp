@@ -1,8 +1,8 @@
 // The system log. The C library reaches "/dev/log" by calls of its own, so the log's calls
 // themselves are the camera's: they send what they are given to the log socket in the camera's
 // directory.
+#include "vcam/camera/camera_paths.h"
 #include "vcam/preload/board_process.h"
-#include "vcam/preload/camera_paths.h"
 #include "vcam/preload/interpose.h"
 
 #include <sys/socket.h>
@@ -25,7 +25,7 @@ int facility = LOG_USER;
 void send(const char *message, std::size_t length) {
     sockaddr_un address = {};
     const std::size_t addressLength =
-        socketAddressOf(cameraDir(), cameraDirFd(), "/dev/log", &address);
+        socketAddressOf(cameraDir(), cameraDirFd(), logSocketPath, &address);
     const long fd = syscall(SYS_socket, AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd >= 0) {
         syscall(SYS_sendto, fd, message, length, MSG_NOSIGNAL, &address, addressLength);

@@ -1,6 +1,8 @@
 #include "vcam/tessel/snapshot.h"
 
+#include "vcam/board/board.h"
 #include "vcam/camera/camera.h"
+#include "vcam/camera/text_file.h"
 #include "vcam/tessel/settings_image.h"
 
 #include <sys/ipc.h>

@@ -1,62 +1,12 @@
 #include "vcam/tessel/tessel.h"
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <chrono>
-#include <cstring>
-#include <ctime>
-#include <iomanip>
 #include <sstream>
 #include <utility>
 
-namespace fs = std::filesystem;
-
 namespace {
-
-constexpr std::size_t requestRoom = 8192;
-constexpr time_t requestSeconds = 1; // a caller that says nothing must not keep the others waiting
-constexpr int stopLookMilliSec = 50;
-constexpr int backlog = 16;
 
 constexpr char accepted[] = "OK";
 constexpr char refused[] = "ERROR";
-
-UniqueFd listenAt(const CameraDir &dir, const fs::path &file) {
-    fs::create_directories(file.parent_path());
-    fs::remove(file);
-    UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const CameraDir::Address address = dir.socketAddress(tesselSocketPath);
-    if (!fd ||
-        bind(fd.get(), reinterpret_cast<const sockaddr *>(&address.address), address.length) != 0 ||
-        listen(fd.get(), backlog) != 0) {
-        throw CameraError("cannot listen at " + file.string() + ": " + std::strerror(errno));
-    }
-    return fd;
-}
-
-void limitWait(int fd, time_t seconds) {
-    timeval timeout = {};
-    timeout.tv_sec = seconds;
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-}
-
-std::string timeOfDay() {
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
-        1000;
-    std::tm parts = {};
-    localtime_r(&seconds, &parts);
-    std::ostringstream out;
-    out << std::put_time(&parts, "%H:%M:%S") << '.' << std::setw(3) << std::setfill('0')
-        << milliseconds;
-    return out.str();
-}
 
 // A text on one line: line feeds inside it shown, those at its end left out.
 std::string onOneLine(std::string text) {
@@ -71,52 +21,21 @@ std::string onOneLine(std::string text) {
 
 } // namespace
 
-Tessel::Tessel(const CameraDir &dir, SettingsStore store,
-               std::function<void(const std::string &key)> onSet)
-    : socketFile_(dir.place(tesselSocketPath)), store_(std::move(store)), onSet_(std::move(onSet)),
-      snapshot_(dir.place(tesselProgramPath)), log_(dir.tesselLog()),
-      socket_(listenAt(dir, socketFile_)) {
-    snapshot_.write(store_);
-    thread_ = std::jthread([this](const std::stop_token &stop) { serve(stop); });
-}
-
-Tessel::~Tessel() {
-    thread_.request_stop();
-    thread_.join();
-    std::error_code ignored;
-    fs::remove(socketFile_, ignored);
-}
-
-void Tessel::serve(const std::stop_token &stop) {
-    while (!stop.stop_requested()) {
-        pollfd waiting = {socket_.get(), POLLIN, 0};
-        if (poll(&waiting, 1, stopLookMilliSec) <= 0) {
-            continue;
-        }
-        const UniqueFd connection(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-        if (connection) {
-            handleConnection(connection.get());
-        }
-    }
-}
-
-void Tessel::handleConnection(int fd) {
-    limitWait(fd, requestSeconds);
-    char request[requestRoom];
-    const ssize_t count = recv(fd, request, sizeof request, 0);
-    if (count <= 0) {
-        return;
-    }
-    const std::string text(request, static_cast<std::size_t>(count));
-    const bool isShow = text == tesselShowRequest;
-    const std::string reply = isShow ? answerShow() : answer(text);
-    if (!isShow) {
-        log(text, reply);
-    }
-    send(fd, reply.data(), reply.size(), MSG_NOSIGNAL);
+Tessel::Tessel(SettingsStore store, TesselDeeds deeds)
+    : store_(std::move(store)), deeds_(std::move(deeds)) {
+    deeds_.publish(store_);
 }
 
 std::string Tessel::answer(const std::string &request) {
+    if (request == tesselShowRequest) {
+        return answerShow();
+    }
+    std::string reply = answerLogged(request);
+    deeds_.log(onOneLine(request) + "  ->  " + onOneLine(reply));
+    return reply;
+}
+
+std::string Tessel::answerLogged(const std::string &request) {
     const std::size_t lineEnd = request.find('\n');
     if (lineEnd == std::string::npos) {
         return refused;
@@ -153,33 +72,12 @@ std::string Tessel::answerSet(const std::string &body) {
         SettingsStore changed = store_;
         changed.set(key, line.substr(equals + 1));
         if (!SettingsStore::isStatus(key)) {
-            if (!snapshot_.write(changed)) {
+            if (!deeds_.publish(changed)) {
                 return refused;
             }
-            onSet_(key);
+            deeds_.onSet(key);
         }
         store_ = std::move(changed);
     }
     return accepted;
-}
-
-void Tessel::log(const std::string &request, const std::string &reply) {
-    log_.line(timeOfDay() + "  " + onOneLine(request) + "  ->  " + onOneLine(reply));
-}
-
-std::string askTessel(const CameraDir &dir, const std::string &request) {
-    const UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const CameraDir::Address address = dir.socketAddress(tesselSocketPath);
-    if (!fd || connect(fd.get(), reinterpret_cast<const sockaddr *>(&address.address),
-                       address.length) != 0) {
-        throw CameraError("the settings daemon does not answer");
-    }
-    send(fd.get(), request.data(), request.size(), MSG_NOSIGNAL);
-    limitWait(fd.get(), 10);
-    std::string reply;
-    char part[1024];
-    for (ssize_t count = 0; (count = recv(fd.get(), part, sizeof part, 0)) > 0;) {
-        reply.append(part, static_cast<std::size_t>(count));
-    }
-    return reply;
 }

@@ -1,4 +1,4 @@
-#include "vcam/cli/log_collector.h"
+#include "vcam/camera/log_collector.h"
 
 #include <poll.h>
 #include <sys/socket.h>

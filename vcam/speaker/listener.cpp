@@ -1,4 +1,4 @@
-#include "vcam/cli/soak_listener.h"
+#include "vcam/speaker/listener.h"
 
 #include "vcam/camera/camera.h"
 

@@ -20,8 +20,23 @@ constexpr char cameraMemoryFile[] = "/memory";
 
 constexpr std::size_t cameraPathRoom = 8192; // a directory and a path, the longest of both
 
+// The camera's own paths, all of them.
+constexpr char runPath[] = "/var/run";
+constexpr char devicesPath[] = "/dev";
+constexpr char tesselSocketPath[] = "/tmp/tessel";
+constexpr char tesselProgramPath[] = "/usr/sbin/tessel";
+constexpr char logSocketPath[] = "/dev/log";
+constexpr char streamSocketPath[] = "/var/run/voxo/c0/stream";
+constexpr char controlFifoPath[] = "/var/run/voxo/c0/controlfifo";
+constexpr char voxoPidPath[] = "/var/run/voxo.pid";
+constexpr char otherConfigPath[] = "/var/run/voxo.xml"; // a link to the user's
+constexpr char videoPidPath[] = "/var/run/venc.pid";
+constexpr char encoderPidPath[] = "/var/run/aenc.pid";
+constexpr char clipsPath[] = "/var/run/clips"; // where a clip gets a path that is short enough
+
 // The drivers' files. In the camera's directory a link to the null device stands for each of them;
-// opening one by the camera's path leads to the board's model instead.
+// opening one by the camera's path leads to the board's model instead. BoardDevices goes by this
+// order.
 constexpr const char *cameraDevicePaths[] = {
     "/dev/acodec", "/dev/ao", "/dev/logmpp", "/dev/mem", "/dev/mmz_userdev", "/dev/sys", "/dev/vb"};
 bool isDevicePath(const char *path);

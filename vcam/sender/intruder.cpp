@@ -1,68 +1,69 @@
-#include "vcam/cli/soak_intruder.h"
+#include "vcam/sender/intruder.h"
 
-#include "vcam/cli/stream_sender.h"
+#include "camera/message/message.h"
+#include "src/voxo/stream_record.h"
+#include "vcam/sender/message_sender.h"
+#include "vcam/sender/stream_sender.h"
 
-#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 namespace {
 
 constexpr auto patience = std::chrono::seconds(20);
 constexpr useconds_t lookMicroSec = 50;
-constexpr std::size_t recordHeader = 44;
 constexpr std::size_t longestRecord = 20000; // more than the daemon takes
 
 // A message of a type that the daemon takes and does nothing for.
-const std::string fence("\1\4\1\0.", 5);
+const std::string fence = framedMessage(MESSAGE_TYPE_FIRST, ".");
 
 } // namespace
 
 Intruder::Intruder(const CameraDir &dir)
-    : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
-      fifo_(open(dir.place(controlFifoPath).c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) {
+    : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)), fifo_(openControlFifo(dir)) {
     const CameraDir::Address address = dir.socketAddress(streamPath(dir));
-    if (!fifo_ || connect(socket_.get(), reinterpret_cast<const sockaddr *>(&address.address),
-                          address.length) != 0) {
-        throw CameraError("the daemon has no stream socket or control FIFO open");
+    if (connect(socket_.get(), reinterpret_cast<const sockaddr *>(&address.address),
+                address.length) != 0) {
+        throw CameraError("the daemon has no stream socket open");
     }
 }
 
 void Intruder::sendHostileDatagram(std::mt19937 &random) {
-    const std::size_t sizes[] = {0, random() % recordHeader, recordHeader,
-                                 recordHeader + random() % 1000, longestRecord};
+    const std::size_t sizes[] = {0, random() % recordBody, recordBody, recordBody + random() % 1000,
+                                 longestRecord};
     std::vector<std::uint8_t> record(sizes[random() % std::size(sizes)]);
     for (std::uint8_t &byte : record) {
         byte = static_cast<std::uint8_t>(random());
     }
-    if (record.size() >= recordHeader) {
+    if (record.size() >= recordBody) {
         // Audio of a size that is not there, or with more header than size.
         const auto size = static_cast<std::uint32_t>(record.size());
-        const std::uint32_t words[] = {random() % 2 == 0 ? size + 1 : size, 0x31313747};
-        std::memcpy(record.data(), words, sizeof words);
-        std::memcpy(record.data() + 40, &size, sizeof size);
+        setRecordWord(record.data(), recordSizeWord, random() % 2 == 0 ? size + 1 : size);
+        setRecordWord(record.data(), recordTypeWord, codeG711);
+        setRecordWord(record.data(), recordExtraWord, size);
     }
     send(socket_.get(), record.data(), record.size(), MSG_NOSIGNAL);
     ++count_;
 }
 
 void Intruder::sendBrokenMessages(std::mt19937 &random) {
+    const std::string hugeHeader =
+        framedMessage(MESSAGE_TYPE_DATA, std::string(0xFFFF, 'x')).substr(0, MESSAGE_HEADER_LENGTH);
     const std::string body = R"(<message><control class="1" value="1"/>)"; // has no end
-    const auto length = static_cast<char>(body.size());
+    const std::string control = framedMessage(MESSAGE_TYPE_CONTROL, body);
     const std::string messages[] = {std::string(1 + random() % 3, '\2'),
                                     std::string(1 + random() % 2000, '\0'),
                                     std::string(1 + random() % 2000, '\7'),
                                     std::string("\2\0\0\0", 4),
-                                    std::string("\3\4\xff\xff", 4) + std::string(3000, 'x'),
-                                    std::string({'\2', '\4', length, '\0'}) + body,
-                                    std::string({'\3', '\4', length, '\0'}) + body,
-                                    std::string({'\2', '\4', length, '\0'}),
+                                    hugeHeader + std::string(3000, 'x'),
+                                    control,
+                                    framedMessage(MESSAGE_TYPE_DATA, body),
+                                    control.substr(0, MESSAGE_HEADER_LENGTH),
                                     body};
     for (const std::string &message : messages) {
         write(message);

@@ -1,6 +1,7 @@
-#include "vcam/cli/stream_sender.h"
+#include "vcam/sender/stream_sender.h"
 
 #include "camera/quill/quill.h"
+#include "src/voxo/stream_record.h"
 
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
@@ -22,21 +23,12 @@ constexpr timeval sendLook = {0, 100000};
 constexpr auto longStall = std::chrono::seconds(2);
 constexpr auto settleLook = std::chrono::milliseconds(1);
 
-constexpr std::size_t headerSize = 44;
-constexpr std::size_t codecInfoSize = 64;
+constexpr std::uint32_t codeUnknown = fourCharacterCode('V', 'C', 'A', 'M');
 
-void put(std::vector<std::uint8_t> &record, std::size_t offset, std::uint32_t word) {
-    std::memcpy(record.data() + offset, &word, sizeof word);
-}
-
-void put(std::vector<std::uint8_t> &record, std::size_t offset, const char (&code)[5]) {
-    std::memcpy(record.data() + offset, code, 4);
-}
-
-std::vector<std::uint8_t> newRecord(std::size_t size, const char (&type)[5]) {
+std::vector<std::uint8_t> newRecord(std::size_t size, std::uint32_t type) {
     std::vector<std::uint8_t> record(size);
-    put(record, 0, static_cast<std::uint32_t>(size));
-    put(record, 4, type);
+    setRecordWord(record.data(), recordSizeWord, static_cast<std::uint32_t>(size));
+    setRecordWord(record.data(), recordTypeWord, type);
     return record;
 }
 
@@ -69,28 +61,24 @@ StreamSender::StreamSender(const CameraDir &dir, std::chrono::seconds patience)
 }
 
 void StreamSender::sendLaw(Law law) {
-    std::vector<std::uint8_t> record = newRecord(codecInfoSize, "CONF");
-    put(record, 8, "G711");
-    if (law == Law::a) {
-        put(record, 44, "ALAW");
-    } else {
-        put(record, 44, "ULAW");
-    }
-    put(record, 48, std::uint32_t{1}); // channels
-    put(record, 60, std::uint32_t{1}); // carries codec information
+    std::vector<std::uint8_t> record = newRecord(g711ConfSize, codeConf);
+    setRecordWord(record.data(), recordCodecWord, codeG711);
+    setRecordWord(record.data(), g711LawWord, law == Law::a ? codeAlaw : codeUlaw);
+    setRecordWord(record.data(), g711ChannelsWord, 1);
+    setRecordWord(record.data(), g711FlagWord, 1);
     send(record);
 }
 
 void StreamSender::sendPayload(std::span<const std::uint8_t> payload) {
-    std::vector<std::uint8_t> record = newRecord(headerSize + payload.size(), "G711");
-    std::copy(payload.begin(), payload.end(), record.begin() + headerSize);
+    std::vector<std::uint8_t> record = newRecord(recordBody + payload.size(), codeG711);
+    std::copy(payload.begin(), payload.end(), record.begin() + recordBody);
     send(record);
 }
 
 void StreamSender::settle() {
     // A record has been dealt with when the next one is read. These are of no known type.
     for (int i = 0; i < 2; ++i) {
-        send(newRecord(headerSize, "VCAM"));
+        send(newRecord(recordBody, codeUnknown));
         int before = 0;
         for (int waiting = 1; ioctl(socket_.get(), SIOCOUTQ, &waiting) == 0 && waiting > 0;) {
             if (waiting != before) {

@@ -1,7 +1,7 @@
 // The loudspeaker of a soak: compares what it plays with what was sent.
 #pragma once
 
-#include "vcam/cli/law_codec.h"
+#include "vcam/sender/law_codec.h"
 #include "vcam/speaker/dac.h"
 
 #include <chrono>

@@ -15,11 +15,13 @@ struct Target {
     std::string voxo;   // the daemon's program; empty: the one beside this program
 
     std::string boardFile() const;
+    std::string faultsFile() const; // the library of failing calls, beside the board's
     std::string voxoFile() const;
 };
 
 // Sets this process's environment so that a program it executes finds the board: the camera's
-// directory, and the libraries to preload.
+// directory, and the libraries to preload. Among them is that of failing calls when the board has
+// such a fault.
 void enterBoard(const CameraDir &dir, const Target &target);
 
 // Throws unless the board loads into the daemon's program: without the board a program would run on

@@ -1,9 +1,10 @@
-#include "vcam/cli/environment.h"
+#include "vcam/camera/environment.h"
 
 #include "base/unique_fd.h"
-#include "vcam/cli/child.h"
-#include "vcam/cli/loader.h"
-#include "vcam/preload/camera_paths.h"
+#include "vcam/board/devices.h"
+#include "vcam/camera/child.h"
+#include "vcam/camera/loader.h"
+#include "vcam/camera/mapped_board.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -51,7 +52,7 @@ std::string openLibrary(const std::string &path) {
     const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     const int fd = fcntl(file.get(), F_DUPFD, libraryDescriptor);
     if (fd < 0) {
-        throw CameraError("cannot open the board's library " + path + ": " + std::strerror(errno));
+        throw CameraError("cannot open the library " + path + ": " + std::strerror(errno));
     }
     return "/proc/self/fd/" + std::to_string(fd);
 }
@@ -72,6 +73,10 @@ std::string Target::boardFile() const {
                          : fs::absolute(board).string();
 }
 
+std::string Target::faultsFile() const {
+    return fs::path(boardFile()).replace_filename("libvcam_faults.so").string();
+}
+
 std::string Target::voxoFile() const {
     return voxo.empty() ? besideThisProgram("bin/voxo").string() : fs::absolute(voxo).string();
 }
@@ -79,13 +84,17 @@ std::string Target::voxoFile() const {
 void enterBoard(const CameraDir &dir, const Target &target) {
     setenv(cameraDirVariable, dir.path().c_str(), 1);
     setenv(startTimeVariable, std::to_string(SystemBoardTime().now()).c_str(), 1);
-    const std::string board = openLibrary(target.boardFile());
+    std::string libraries = openLibrary(target.boardFile());
+    MappedBoard board(dir, MappedBoard::Mode::open);
+    if (boardFailsCalls(board.registers())) {
+        libraries = openLibrary(target.faultsFile()) + ':' + libraries;
+    }
     if (!target.runner.empty()) {
         // For the program alone: the emulator is one of this PC's and cannot load it.
-        putFirst("QEMU_SET_ENV", "LD_PRELOAD=" + board, ',');
+        putFirst("QEMU_SET_ENV", "LD_PRELOAD=" + libraries, ',');
         return;
     }
-    putFirst("LD_PRELOAD", board, ':');
+    putFirst("LD_PRELOAD", libraries, ':');
     if (const std::string sanitizer = sanitizerLibrary(); !sanitizer.empty()) {
         putFirst("LD_PRELOAD", sanitizer, ':');
     }

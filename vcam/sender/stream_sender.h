@@ -3,7 +3,7 @@
 
 #include "base/unique_fd.h"
 #include "vcam/camera/camera.h"
-#include "vcam/cli/law_codec.h"
+#include "vcam/sender/law_codec.h"
 
 #include <chrono>
 #include <cstdint>

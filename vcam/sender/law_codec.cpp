@@ -1,4 +1,4 @@
-#include "vcam/cli/law_codec.h"
+#include "vcam/sender/law_codec.h"
 
 #include "vcam/camera/camera.h"
 

@@ -1,7 +1,7 @@
-#include "vcam/cli/child.h"
+#include "vcam/camera/child.h"
 
 #include "vcam/camera/camera.h"
-#include "vcam/cli/environment.h"
+#include "vcam/camera/environment.h"
 
 #include <sys/prctl.h>
 #include <sys/wait.h>

@@ -1,4 +1,4 @@
-#include "vcam/preload/camera_paths.h"
+#include "vcam/camera/camera_paths.h"
 
 #include <sys/socket.h>
 
@@ -9,9 +9,8 @@
 
 namespace {
 
-constexpr char runPrefix[] = "/var/run/";
-constexpr const char *wholePaths[] = {"/var/run", "/tmp/tessel", "/usr/sbin/tessel", "/dev",
-                                      "/dev/log"};
+constexpr const char *wholePaths[] = {runPath, tesselSocketPath, tesselProgramPath, devicesPath,
+                                      logSocketPath};
 
 bool startsWith(const char *text, const char *start) {
     return std::strncmp(text, start, std::strlen(start)) == 0;
@@ -52,7 +51,7 @@ bool isDevicePath(const char *path) {
 }
 
 bool isCameraPath(const char *path) {
-    return isAmong(wholePaths, path) || isDevicePath(path) || startsWith(path, runPrefix);
+    return isAmong(wholePaths, path) || isDevicePath(path) || isInside(runPath, path);
 }
 
 const char *placeOf(const char *dir, const char *path, char *buffer) {

@@ -1,4 +1,4 @@
-#include "vcam/cli/loader.h"
+#include "vcam/camera/loader.h"
 
 #include "vcam/camera/camera.h"
 

@@ -26,7 +26,3 @@ private:
 
     const CameraDir &dir_;
 };
-
-// Tells the daemon of a new volume, as the camera's settings daemon does. Before it has written its
-// PID file it takes no signals.
-void signalVolume(const CameraDir &dir, const std::string &key);

@@ -1,14 +1,13 @@
-#include "vcam/cli/camera_files.h"
+#include "vcam/camera/camera_files.h"
 
-#include "vcam/cli/sample_config.h"
-#include "vcam/preload/camera_paths.h"
+#include "vcam/camera/sample_config.h"
+#include "vcam/camera/text_file.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 
 namespace fs = std::filesystem;
@@ -57,18 +56,9 @@ CameraFiles::~CameraFiles() {
 
 void CameraFiles::removeRunning() {
     std::error_code ignored;
-    for (const char *place : {"var/run", "tmp/tessel", "dev"}) {
-        fs::remove_all(dir_.path() / place, ignored);
+    for (const char *path : {runPath, tesselSocketPath, devicesPath}) {
+        fs::remove_all(dir_.place(path), ignored);
     }
     fs::remove(dir_.registersFile(), ignored);
     fs::remove(dir_.memoryFile(), ignored);
-}
-
-void signalVolume(const CameraDir &dir, const std::string &key) {
-    if (key != "audioout_c0_volume") {
-        return;
-    }
-    if (const std::optional<int> pid = readPidFile(dir.place(voxoPidPath))) {
-        kill(*pid, SIGHUP);
-    }
 }

@@ -1,0 +1,115 @@
+#include "vcam/camera/running_camera.h"
+
+#include "vcam/camera/text_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <iostream>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr auto endPatience = std::chrono::seconds(5);
+
+// Tells the daemon of a new volume, as the camera's settings daemon does. Before it has written its
+// PID file it takes no signals.
+void signalVolume(const CameraDir &dir, const std::string &key) {
+    if (key != "audioout_c0_volume") {
+        return;
+    }
+    if (const std::optional<int> pid = readPidFile(dir.place(voxoPidPath))) {
+        kill(*pid, SIGHUP);
+    }
+}
+
+void sendOutputTo(const std::string &file) {
+    const int out = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (out < 0) {
+        failAt("cannot write", file);
+    }
+    dup2(out, STDOUT_FILENO);
+    dup2(out, STDERR_FILENO);
+}
+
+} // namespace
+
+CameraSignals::CameraSignals() {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGUSR1}) {
+        sigaddset(&set_, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &set_, nullptr);
+}
+
+RunningCamera::RunningCamera(const CameraDir &dir, const std::string &config)
+    : dir_(dir), lock_(lockDirectory(dir_)), files_(dir_),
+      config_(config.empty() ? dir_.configFile() : fs::absolute(config)),
+      board_(dir_, MappedBoard::Mode::create), collector_(dir_) {
+    if (!config.empty()) {
+        fs::create_symlink(config_, dir_.place(otherConfigPath));
+    }
+    startTessel();
+}
+
+void RunningCamera::connect(std::unique_ptr<PeriodSink> speaker) {
+    speaker_ = std::move(speaker);
+    player_.emplace(board_.board(), *speaker_);
+}
+
+void RunningCamera::startDaemon(const Target &target, const std::string &output) {
+    requireBoard(dir_, target);
+    daemon_.start(commandOn(target, {target.voxoFile(), "-c", config_.string(), "-p", voxoPidPath}),
+                  [&] {
+                      enterBoard(dir_, target);
+                      if (!output.empty()) {
+                          sendOutputTo(output);
+                      }
+                  });
+}
+
+int RunningCamera::supervise() {
+    for (;;) {
+        switch (sigwaitinfo(&signals_.set(), nullptr)) {
+        case SIGUSR1:
+            ++registers().neighbours.encoderSignals;
+            break;
+        case SIGCHLD:
+            if (const std::optional<int> status = daemon_.poll()) {
+                std::cerr << "vcam: voxo has ended by itself, with status " << *status << '\n';
+                return 1;
+            }
+            break;
+        case SIGINT:
+        case SIGTERM:
+        case SIGHUP:
+            return endDaemon();
+        default:
+            break;
+        }
+    }
+}
+
+void RunningCamera::requireDaemon() {
+    if (const std::optional<int> status = daemon_.poll()) {
+        throw CameraError("voxo has ended by itself, with status " + std::to_string(*status));
+    }
+    sigset_t ending = {};
+    sigaddset(&ending, SIGINT);
+    sigaddset(&ending, SIGTERM);
+    const timespec now = {};
+    if (sigtimedwait(&ending, nullptr, &now) > 0) {
+        throw CameraError("interrupted");
+    }
+}
+
+int RunningCamera::endDaemon() {
+    return daemon_.end(signals_.set(), endPatience,
+                       [this] { ++registers().neighbours.encoderSignals; });
+}
+
+void RunningCamera::startTessel() {
+    tessel_.emplace(dir_, [this](const std::string &key) { signalVolume(dir_, key); });
+}
