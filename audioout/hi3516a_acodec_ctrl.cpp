@@ -3,18 +3,18 @@
 #include "audioout/acodec_record.h"
 #include "audioout/report.h"
 #include "mpp/device/device_fd.h"
+#include "mpp/include/mpp_ao.h"
 
 #include <fcntl.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
-struct RateCode {
-    std::uint32_t rate;
-    std::uint32_t code;
-};
-
-constexpr RateCode rateCodes[] = {{8000, 24},  {11025, 24}, {12000, 24}, {16000, 25}, {22050, 25},
-                                  {24000, 25}, {32000, 26}, {44100, 26}, {48000, 26}};
+// The codec's word for each of the platform's sample rates.
+constexpr std::uint32_t rateCodes[] = {24, 24, 24, 25, 25, 25, 26, 26, 26};
+static_assert(std::size(rateCodes) == std::size(audioSampleRates));
 
 std::int32_t hi3516a_acodec_ctrl_reset(int fd) {
     if (Device_Ioctl(fd, ACODEC_CMD_RESET, nullptr) < 0) {
@@ -25,19 +25,18 @@ std::int32_t hi3516a_acodec_ctrl_reset(int fd) {
 }
 
 std::int32_t hi3516a_acodec_ctrl_samprate(int fd, std::uint32_t rate) {
-    for (const RateCode &entry : rateCodes) {
-        if (entry.rate != rate) {
-            continue;
-        }
-        std::uint32_t code = entry.code;
-        if (Device_Ioctl(fd, ACODEC_CMD_SET_RATE, &code) != 0) {
-            AUDIOOUT_REPORT_TEXT("set audio codec sample rate failed");
-            return -1;
-        }
-        return 0;
+    const auto *const found =
+        std::find(std::begin(audioSampleRates), std::end(audioSampleRates), rate);
+    if (found == std::end(audioSampleRates)) {
+        AUDIOOUT_REPORT_TEXT("audio codec not support enSample");
+        return -1;
     }
-    AUDIOOUT_REPORT_TEXT("audio codec not support enSample");
-    return -1;
+    std::uint32_t code = rateCodes[found - audioSampleRates];
+    if (Device_Ioctl(fd, ACODEC_CMD_SET_RATE, &code) != 0) {
+        AUDIOOUT_REPORT_TEXT("set audio codec sample rate failed");
+        return -1;
+    }
+    return 0;
 }
 
 std::int32_t hi3516a_acodec_ctrl_dacl_volume(int fd, std::uint32_t volume) {

@@ -4,6 +4,8 @@
 #include "audioout/channel_buffers.h"
 #include "audioout/hi3516a_acodec_ctrl.h"
 #include "audioout/report.h"
+#include "base/among.h"
+#include "base/shown.h"
 #include "mpp/include/mpp_ao.h"
 #include "mpp/include/mpp_sys.h"
 #include "mpp/include/mpp_vb.h"
@@ -25,8 +27,6 @@ constexpr std::int32_t openVolumeDb = -2;
 constexpr std::uint32_t queuedFrames = 30;
 constexpr std::uint32_t deviceChannels = 2;
 
-constexpr std::int32_t supportedRates[] = {8000,  11025, 12000, 16000, 22050,
-                                           24000, 32000, 44100, 48000};
 constexpr std::int32_t supportedBits[] = {8, 16, 24}; // by the platform's bit-width code
 
 void waitForVideoSide() {
@@ -74,10 +74,8 @@ std::int32_t pointsOf(const AIO_ATTR_S &attr, std::int32_t bytes) {
     AUDIOOUT_REPORT(" %s - ErrCode(%10x)\n", text, static_cast<unsigned>(error))
 
 std::int32_t xfer_hi3516a_samp_rate(std::int32_t rate) {
-    for (const std::int32_t supported : supportedRates) {
-        if (rate == supported) {
-            return rate;
-        }
+    if (isAmong(audioSampleRates, static_cast<std::uint32_t>(rate))) {
+        return rate;
     }
     AUDIOOUT_REPORT(" sample rate (%d) is not support \n", rate);
     return -1;
@@ -220,7 +218,7 @@ std::int32_t hi3516a_ao_frmPt_check(std::int32_t aoDevId, std::int32_t bytes) {
     const std::int32_t points = pointsOf(attr, bytes);
     if (points < 0 || static_cast<std::uint32_t>(points) != attr.u32PtNumPerFrm) {
         AUDIOOUT_REPORT(" ao's PtNumPerFrm(%d) is non match framesize(%d)\n",
-                        static_cast<int>(attr.u32PtNumPerFrm), points);
+                        shown(attr.u32PtNumPerFrm), points);
         return -1;
     }
     return 0;

@@ -1,5 +1,6 @@
 #include "wav/wav.h"
 
+#include "base/shown.h"
 #include "wav/wav_parse.h"
 
 #include <fcntl.h>
@@ -79,21 +80,21 @@ bool openWav(WAV_FILE *wav) {
 void showChunk(const WAV_CHUNK &chunk) {
     static constexpr const char *names[] = {"RIFF", "fmt", "fact", "data"};
     std::printf("[wav] : --- %s chunk ---\n", names[chunk.type]);
-    std::printf("[wav] : \tOffset = %d\n", static_cast<int>(chunk.offset));
-    std::printf("[wav] : \tSize = %d\n", static_cast<int>(chunk.size));
-    std::printf("[wav] : \tSizePadding = %d\n", static_cast<int>(chunk.paddedSize));
+    std::printf("[wav] : \tOffset = %d\n", shown(chunk.offset));
+    std::printf("[wav] : \tSize = %d\n", shown(chunk.size));
+    std::printf("[wav] : \tSizePadding = %d\n", shown(chunk.paddedSize));
 }
 
 void showFormat(const WAV_FILE &wav) {
     std::printf("[wav] : File = %s\n", wav.name);
     std::printf("[wav] : File size = %d\n", wav.fileSize);
     std::printf("[wav] : Format = %s\n", "PCM");
-    std::printf("[wav] : Channel = %d\n", static_cast<int>(wav.channels));
-    std::printf("[wav] : SamepleRate = %d\n", static_cast<int>(wav.sampleRate));
-    std::printf("[wav] : ByteRate = %d\n", static_cast<int>(wav.byteRate));
-    std::printf("[wav] : BlockAlign = %d\n", static_cast<int>(wav.blockAlign));
-    std::printf("[wav] : BitsPerSample = %d\n", static_cast<int>(wav.bitsPerSample));
-    std::printf("[wav] : Extra = %d\n", static_cast<int>(wav.extra));
+    std::printf("[wav] : Channel = %d\n", shown(wav.channels));
+    std::printf("[wav] : SamepleRate = %d\n", shown(wav.sampleRate));
+    std::printf("[wav] : ByteRate = %d\n", shown(wav.byteRate));
+    std::printf("[wav] : BlockAlign = %d\n", shown(wav.blockAlign));
+    std::printf("[wav] : BitsPerSample = %d\n", shown(wav.bitsPerSample));
+    std::printf("[wav] : Extra = %d\n", shown(wav.extra));
 }
 
 } // namespace

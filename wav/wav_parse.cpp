@@ -1,5 +1,7 @@
 #include "wav/wav_parse.h"
 
+#include "base/shown.h"
+
 #include <unistd.h>
 
 #include <cstdio>
@@ -26,11 +28,6 @@ constexpr std::uint32_t chunkId(const char (&text)[5]) {
 
 constexpr std::uint64_t padded(std::uint64_t size) {
     return size + (size & 1);
-}
-
-// The offset as the messages show it.
-int shown(std::uint64_t offset) {
-    return static_cast<int>(offset);
 }
 
 bool seekTo(const WAV_FILE *wav, std::uint64_t offset) {

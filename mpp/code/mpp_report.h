@@ -1,6 +1,8 @@
 // How the media platform reports: on standard error, each message behind the place it comes from.
 #pragma once
 
+#include "base/shown.h"
+
 #include <cstdint>
 
 // The place a report names: an operation and its line. As the default argument of a check it is the
@@ -17,11 +19,6 @@ struct CallSite {
 
 // Writes "[Func]:%s [Line]:%d [Info]:" with the place, and the message.
 [[gnu::format(printf, 2, 3)]] void mppReport(CallSite site, const char *format, ...);
-
-// A number as messages show it: all of them know signed numbers only.
-constexpr int shown(std::uint32_t number) {
-    return static_cast<int>(number);
-}
 
 // Ends the process with status -1, after the assertion block, unless the condition holds. For
 // broken invariants of the platform itself, never for what a caller or a driver hands in.

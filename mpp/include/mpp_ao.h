@@ -26,6 +26,10 @@ constexpr std::uint32_t MAX_AO_POINT_NUM = 4096; // points per channel of a fram
 constexpr std::uint32_t AO_CIRCLE_SIZE = 32768;  // bytes that wait for the driver, per sub-channel
 constexpr std::uint32_t AO_PERIOD_MAX = 16384;   // bytes of a period, per sub-channel
 
+// Sample rates of a sound, in Hz, in rising order. A device may have more.
+constexpr std::uint32_t audioSampleRates[] = {8000,  11025, 12000, 16000, 22050,
+                                              24000, 32000, 44100, 48000};
+
 enum : std::uint32_t { AUDIO_BIT_WIDTH_8 = 0, AUDIO_BIT_WIDTH_16 = 1, AUDIO_BIT_WIDTH_24 = 2 };
 enum : std::uint32_t { AUDIO_SOUND_MODE_MONO = 0, AUDIO_SOUND_MODE_STEREO = 1 };
 
@@ -177,11 +181,11 @@ std::int32_t HI_MPI_AO_SetMute(std::uint32_t AoDev, std::uint32_t bEnable,
                                const AO_FADE_S *pstFade);
 std::int32_t HI_MPI_AO_GetMute(std::uint32_t AoDev, std::uint32_t *pbEnable, AO_FADE_S *pstFade);
 
-// Resamples a channel's frames from `enInSampleRate` Hz (8000, 11025, 12000, 16000, 22050, 24000,
-// 32000, 44100 or 48000) to the device's rate. For an enabled channel of a mono device whose rate
-// differs and is neither 64000 nor 96000. 0 also when it is on at the same rate.
-// ERR_AO_NOT_ENABLED, ERR_AO_ILLEGAL_PARAM, ERR_AO_NOT_CONFIG, ERR_AO_NOT_PERM, ERR_AO_INVALID_CHN
-// (channel not below the device's channel count), ERR_AO_ENGINE.
+// Resamples a channel's frames from `enInSampleRate` Hz (of audioSampleRates) to the device's rate.
+// For an enabled channel of a mono device whose rate differs and is neither 64000 nor 96000. 0 also
+// when it is on at the same rate. ERR_AO_NOT_ENABLED, ERR_AO_ILLEGAL_PARAM, ERR_AO_NOT_CONFIG,
+// ERR_AO_NOT_PERM, ERR_AO_INVALID_CHN (channel not below the device's channel count),
+// ERR_AO_ENGINE.
 std::int32_t HI_MPI_AO_EnableReSmp(std::uint32_t AoDev, std::uint32_t AoChn,
                                    std::uint32_t enInSampleRate);
 std::int32_t HI_MPI_AO_DisableReSmp(std::uint32_t AoDev, std::uint32_t AoChn);

@@ -1,6 +1,7 @@
 #include "src/voxo/clip.h"
 
 #include "audioout/audioout.h"
+#include "base/shown.h"
 #include "src/report.h"
 #include "src/voxo/match_rate.h"
 #include "src/voxo/stereo.h"
@@ -63,7 +64,7 @@ void reportOutput(const AudioOutParam &output, std::uint32_t blockSize) {
     VOXO_REPORT(LOG_DEBUG, "iSamprate: %d\n", output.iSamprate);
     VOXO_REPORT(LOG_DEBUG, "iSampfmt: %d\n", output.iSampfmt);
     VOXO_REPORT(LOG_DEBUG, "iSamp_frmPt: %d\n", output.iSamp_frmPt);
-    VOXO_REPORT(LOG_DEBUG, "dwAudioBufferSize: %d\n", static_cast<int>(blockSize));
+    VOXO_REPORT(LOG_DEBUG, "dwAudioBufferSize: %d\n", shown(blockSize));
 }
 
 // Reads a chunk into decodeBuf. Returns its bytes; a chunk that cannot be read is one of silence.
@@ -102,8 +103,8 @@ void playChunk(VoxoContext *context, VoxoLoopState *state) {
     std::fprintf(stderr,
                  "dwVoxoOutSample: %d, dwWavFileSampleRate: %d, dwAlertDoubleFreqRatio: %d, "
                  "dwWavFileChannel: %d\n",
-                 state->dwWavFileSampleRate, state->dwWavFileSampleRate,
-                 static_cast<int>(clipDoubleFreqRatio), state->dwWavFileChannel);
+                 state->dwWavFileSampleRate, state->dwWavFileSampleRate, shown(clipDoubleFreqRatio),
+                 state->dwWavFileChannel);
     const std::uint32_t count = readChunk();
     state->lastInputSize = static_cast<std::int32_t>(count);
     std::int16_t *block = decodeBuf;

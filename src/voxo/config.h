@@ -3,7 +3,7 @@
 
 #include "src/voxo/context.h"
 
-// Reads the configuration file into the context. 0 or -1, told on standard output.
+// Reads the configuration file into the context. 0 or -1, reported on standard output.
 int voxoParseConfig(VoxoContext *context);
 
 // Turns the name of a codec into its four-character code at `out`: the first four characters in

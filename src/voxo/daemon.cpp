@@ -1,5 +1,6 @@
 #include "src/voxo/daemon.h"
 
+#include "base/shown.h"
 #include "src/report.h"
 #include "src/voxo/config.h"
 #include "src/voxo/context.h"
@@ -71,7 +72,7 @@ void reportInitialRate() {
     const VoxoLoopState initial;
     const auto ratio = static_cast<int>(initial.dwDoubleFreqRatio);
     VOXO_REPORT_AT(LOG_DEBUG, ": Initial Sample rate=%d Frequecy ratio*2=%d Output Size=%d\n",
-                   static_cast<int>(initial.dwVoxoOutSample), ratio, ratio * initial.lastInputSize);
+                   shown(initial.dwVoxoOutSample), ratio, ratio * initial.lastInputSize);
 }
 
 // From the open device to the main loop. False: the caller cleans up.

@@ -1,6 +1,7 @@
 #include "src/voxo/fifo.h"
 
 #include "base/deadline.h"
+#include "base/shown.h"
 #include "base/unique_fd.h"
 #include "camera/message/message.h"
 #include "src/report.h"
@@ -107,7 +108,7 @@ int parseData(const char *body, std::uint32_t bodyLength) {
         takeLocation(body, bodyLength);
         return 0;
     default:
-        std::printf("Unknown data type: %d\n", static_cast<int>(type));
+        std::printf("Unknown data type: %d\n", shown(type));
         return 0;
     }
 }

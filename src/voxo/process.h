@@ -12,7 +12,7 @@ void voxoHoldStandardStreams();
 int voxoCreatePidFile();
 
 // Sends SIGUSR1 to the process that the PID file at `path` names: the output has started or ends.
-// An empty path names none; a file that cannot be read is told on standard error.
+// An empty path names none; a file that cannot be read is reported on standard error.
 void voxoNotifyEncoder(const char *path);
 
 // Closes the stream socket and the output, removes the own PID file if it still holds this

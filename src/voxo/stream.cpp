@@ -1,6 +1,7 @@
 #include "src/voxo/stream.h"
 
 #include "audioout/audioout.h"
+#include "base/shown.h"
 #include "src/report.h"
 #include "src/voxo/match_rate.h"
 #include "src/voxo/stereo.h"
@@ -18,10 +19,6 @@ constexpr std::uint32_t stereoFrameSize = 2 * sampleSize;
 
 std::uint32_t wordAt(std::uint32_t offset) {
     return recordWord(recvBuf, offset);
-}
-
-int shown(std::uint32_t number) {
-    return static_cast<int>(number);
 }
 
 // Bytes that codec information of the codec must have for its words to be there.

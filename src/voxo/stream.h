@@ -8,7 +8,7 @@
 int voxoOpenDevice(VoxoContext *context);
 
 // Makes the datagram socket at `path` in place of whatever is there; any local process may send to
-// it. Returns its descriptor, or -1, told on standard output unless the path is empty.
+// it. Returns its descriptor, or -1, reported on standard output unless the path is empty.
 int voxoCreateStreamSocket(const char *path);
 
 enum class RecordResult { goOn, stopDaemon };

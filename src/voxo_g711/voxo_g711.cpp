@@ -1,5 +1,6 @@
 #include "src/voxo_g711/voxo_g711.h"
 
+#include "base/shown.h"
 #include "codec/g711_law.h"
 #include "src/report.h"
 
@@ -89,7 +90,7 @@ std::int32_t G711Dec_SetCodecInfo(G711Opt *decoder, const void *packet) {
     decoder->mode = recordWord(packet, g711LawWord);
     decoder->channels = recordWord(packet, g711ChannelsWord);
     VOXO_REPORT(LOG_DEBUG, "Recv CI of G.711 with %d law, %d channel\n",
-                static_cast<int>(decoder->mode), static_cast<int>(decoder->channels));
+                static_cast<int>(decoder->mode), shown(decoder->channels));
     return 0;
 }
 
@@ -105,8 +106,7 @@ std::int32_t G711Dec_SetIO(G711Opt *decoder, std::uint8_t *input, std::int16_t *
     if (newSize == decoder->frameSize || newSize == 0) {
         return 0;
     }
-    VOXO_REPORT(LOG_DEBUG, "G.711 input frame size %d (%d)\n", size,
-                static_cast<int>(decoder->frameSize));
+    VOXO_REPORT(LOG_DEBUG, "G.711 input frame size %d (%d)\n", size, shown(decoder->frameSize));
     decoder->frameSize = newSize;
     return G711Dec_Reset(decoder);
 }

@@ -120,7 +120,7 @@ TEST_F(BoardTest, MakesASenderWaitAsLongAsItLikes) {
         EXPECT_EQ((i + 1) * 65536, listener_.heard[static_cast<std::size_t>(i) * 1280]);
         EXPECT_EQ(-(i + 1) * 65536, listener_.heard[static_cast<std::size_t>(i) * 1280 + 1]);
     }
-    EXPECT_EQ(0U, registers_->ao.starved); // the end of a sound is no dropout
+    EXPECT_EQ(0U, registers_->ao.underruns); // the end of a sound is no dropout
 }
 
 TEST_F(BoardTest, CountsDropouts) {
@@ -134,7 +134,7 @@ TEST_F(BoardTest, CountsDropouts) {
     ++registers_->soundsBegun; // a sound of its own, however soon
     send(file_, 1, 1);
     runFor(2 * period);
-    EXPECT_EQ(1U, registers_->ao.starved);
+    EXPECT_EQ(1U, registers_->ao.underruns);
 }
 
 // A file is full, then the disk: the sound goes on in the next one, and what is lost is counted.

@@ -1,6 +1,8 @@
 #include "vcam/board/ao_device.h"
 
+#include "base/among.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
+#include "mpp/include/mpp_ao.h"
 #include "vcam/board/ao_queue.h"
 
 #include <unistd.h>
@@ -13,8 +15,7 @@
 
 namespace {
 
-constexpr std::uint32_t rates[] = {8000,  11025, 12000, 16000, 22050, 24000,
-                                   32000, 44100, 48000, 64000, 96000};
+constexpr std::uint32_t highRates[] = {64000, 96000}; // besides a sound's
 constexpr std::uint32_t fewestFrames = 2;
 constexpr std::uint32_t fewestPoints = 80;
 constexpr std::uint32_t mostPoints = 4096;
@@ -30,7 +31,8 @@ constexpr std::size_t frameNumWord = offsetof(AIO_ATTR_S, u32FrmNum) / sizeof(st
 constexpr std::uint64_t dacLook = 100 * nanosecondsPerMillisecond;
 
 bool isAllowed(const AIO_ATTR_S &attr) {
-    return std::find(std::begin(rates), std::end(rates), attr.enSamplerate) != std::end(rates) &&
+    return (isAmong(audioSampleRates, attr.enSamplerate) ||
+            isAmong(highRates, attr.enSamplerate)) &&
            attr.enBitwidth <= AUDIO_BIT_WIDTH_24 && attr.enWorkmode <= 3 &&
            attr.enSoundmode <= AUDIO_SOUND_MODE_STEREO && attr.u32FrmNum >= fewestFrames &&
            attr.u32FrmNum <= aoQueueRoom && attr.u32PtNumPerFrm >= fewestPoints &&

@@ -58,10 +58,10 @@ struct AoRegisters {
     Register clkDir;
     Register mute[4];
     Register periodsPlayed;
-    Register starved; // dropouts: the queue ran dry and the sound went on within a second
-    Register peak;    // largest magnitude of a 16-bit sample so far
-    Register work;    // grows with each period, clearing or change of state: the DAC waits on it
-    Register space;   // grows with each period played: a sender waits on it
+    Register underruns; // dropouts: the queue ran dry and the sound went on within a second
+    Register peak;      // largest magnitude of a 16-bit sample so far
+    Register work;      // grows with each period, clearing or change of state: the DAC waits on it
+    Register space;     // grows with each period played: a sender waits on it
     AoChannelRegisters channels[aoChannelCount];
 };
 

@@ -155,11 +155,11 @@ void row(const char *label, const Value &value) {
 struct Counts {
     std::uint32_t periods;
     std::uint32_t refused;
-    std::uint32_t starved;
+    std::uint32_t underruns;
 };
 
 Counts countsOf(const AoRegisters &ao) {
-    return {ao.periodsPlayed, ao.channels[0].refused, ao.starved};
+    return {ao.periodsPlayed, ao.channels[0].refused, ao.underruns};
 }
 
 int peakOf(const Samples &played) {
@@ -177,7 +177,7 @@ void printTable(const Comparison &comparison, const Counts &before, const Counts
     row("seconds played", played.str());
     row("periods", after.periods - before.periods);
     row("refused", after.refused - before.refused);
-    row("starved", after.starved - before.starved);
+    row("underruns", after.underruns - before.underruns);
     row("peak", peak);
     row("samples that differ", comparison.differing);
 }

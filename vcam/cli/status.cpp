@@ -72,7 +72,7 @@ void showOutput(const AoRegisters &ao, const LossRegisters &loss) {
         line("periods in queue", attr.u32FrmNum);
     }
     line("periods played", ao.periodsPlayed);
-    line("starved", ao.starved);
+    line("underruns", ao.underruns);
     if (loss.periods != 0) {
         line("periods not kept", std::to_string(loss.periods) + " (" +
                                      std::strerror(static_cast<int>(loss.error)) + ")");

@@ -109,8 +109,8 @@ void StreamSender::noteStall() {
         throw CameraError("the daemon has taken nothing for " + std::to_string(patience_.count()) +
                           " s; given up");
     }
-    if (stall >= longStall && !isStallTold_) {
-        isStallTold_ = true;
+    if (stall >= longStall && !isStallReported_) {
+        isStallReported_ = true;
         std::cerr << "vcam: the daemon has taken nothing for " << longStall.count()
                   << " s; still waiting\n";
     }

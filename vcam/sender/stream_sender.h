@@ -19,7 +19,7 @@ class StreamSender {
 public:
     // Connects to the daemon's stream socket; waits a little for a daemon that is starting. Throws
     // when there is none. `patience`: how long the daemon may take nothing before a call below
-    // throws, 0: without limit. It is told to the user after two seconds.
+    // throws, 0: without limit. It is reported to the user after two seconds.
     explicit StreamSender(const CameraDir &dir,
                           std::chrono::seconds patience = std::chrono::seconds(0));
 
@@ -41,5 +41,5 @@ private:
     UniqueFd socket_;
     std::chrono::seconds patience_;
     Clock::time_point lastTaken_; // when the daemon took something, or was first asked to
-    bool isStallTold_ = false;
+    bool isStallReported_ = false;
 };

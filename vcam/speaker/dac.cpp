@@ -100,7 +100,7 @@ bool Dac::begin(std::uint64_t now) {
     const bool isNewSound = std::exchange(soundsBegun_, soundsBegun) != soundsBegun;
     if (registers_.pace == paceRealTime) {
         if (!isNewSound && ranDryAt_ && now > *ranDryAt_ && now - *ranDryAt_ < dropoutWindow) {
-            ++ao.starved;
+            ++ao.underruns;
         }
         end_ = now + points * nanosecondsPerSecond / format_.rate;
     } else {

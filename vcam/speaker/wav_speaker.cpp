@@ -31,7 +31,7 @@ void WavSpeaker::play(const PlayFormat &format, std::span<const std::int32_t> sa
     errno = 0;
     const bool isOpen = (file_ != nullptr && format == format_ && !isFull) || open(format);
     if (!isOpen || !write(samples)) {
-        tellOfLoss(errno != 0 ? errno : EIO);
+        reportLoss(errno != 0 ? errno : EIO);
     }
 }
 
@@ -66,7 +66,7 @@ bool WavSpeaker::write(std::span<const std::int32_t> samples) {
     return false;
 }
 
-void WavSpeaker::tellOfLoss(int error) {
+void WavSpeaker::reportLoss(int error) {
     loss_.error = static_cast<std::uint32_t>(error);
     if (++loss_.periods == 1) {
         std::cerr << "vcam: what plays can no longer be kept in "

@@ -32,7 +32,7 @@ public:
 private:
     bool open(const PlayFormat &format);
     bool write(std::span<const std::int32_t> samples);
-    void tellOfLoss(int error);
+    void reportLoss(int error);
 
     struct FileCloser {
         void operator()(SNDFILE *file) const { sf_close(file); }

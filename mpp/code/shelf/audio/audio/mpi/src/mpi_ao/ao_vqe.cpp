@@ -1,22 +1,13 @@
 // Resampling, voice quality and compression: the channel's flags and the engine behind them.
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_vqe.h"
 
+#include "base/among.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
-
-#include <algorithm>
-#include <iterator>
 
 namespace {
 
-constexpr std::uint32_t resampleRates[] = {8000,  11025, 12000, 16000, 22050,
-                                           24000, 32000, 44100, 48000};
 constexpr std::uint32_t refusedDeviceRates[] = {64000, 96000};
 constexpr std::uint32_t vqeRates[] = {8000, 16000};
-
-template <std::size_t Size>
-bool isAmong(const std::uint32_t (&values)[Size], std::uint32_t value) {
-    return std::find(std::begin(values), std::end(values), value) != std::end(values);
-}
 
 std::int32_t readAttr(std::uint32_t dev, AIO_ATTR_S *attr, CallSite site = CallSite::here()) {
     if (aoReadAttr(attr) != 0) {
@@ -121,7 +112,7 @@ std::int32_t HI_MPI_AO_EnableReSmp(std::uint32_t AoDev, std::uint32_t AoChn,
         return operation.error();
     }
     const AoChannel &channel = operation.channel();
-    if (!isAmong(resampleRates, enInSampleRate)) {
+    if (!isAmong(audioSampleRates, enInSampleRate)) {
         mppReport(CallSite::here(), "AoChn %d resample in rate:%d is illegal!\n", shown(AoChn),
                   static_cast<int>(enInSampleRate));
         return ERR_AO_ILLEGAL_PARAM;
