@@ -19,7 +19,8 @@
 
 namespace {
 
-constexpr AudioOutParam outputParam = {0, 0, 8000, 16, 640};
+constexpr AudioOutParam outputParam = {
+    .aoDevId = 0, .aoChn = 0, .iSamprate = 8000, .iSampfmt = 16, .iSamp_frmPt = 640};
 constexpr mode_t socketMode = 0666;
 
 bool bindTo(int fd, const char *path) {

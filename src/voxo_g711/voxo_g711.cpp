@@ -133,7 +133,7 @@ std::int32_t G711Dec_Decode(G711Opt *decoder, std::uint32_t *size) {
 } // namespace
 
 void G711Dec_GetOps(DecoderOps *ops) {
-    description = {codeG711, 64000, 8000, nullptr};
+    description = {.fourCC = codeG711, .bitRate = 64000, .sampleRate = 8000, .handle = nullptr};
     *ops = {codeG711,        &description,         G711Dec_Init,        G711Dec_Reset,
             G711Dec_Release, G711Dec_SetCodecInfo, G711Dec_GetChannels, G711Dec_SetIO,
             G711Dec_Decode};

@@ -23,7 +23,7 @@ UniqueModule newModule(BindModule *const (&table)[BIND_MOD_NUM], std::uint32_t m
         return nullptr;
     }
     if (table[modId] != nullptr) {
-        mppReport(site, "Mod %d have register !\n", static_cast<int>(modId));
+        mppReport(site, "Mod %d have register !\n", shown(modId));
         *error = ERR_SYS_NOT_PERM;
         return nullptr;
     }
@@ -68,7 +68,7 @@ std::int32_t unregister(BindModule *(&table)[BIND_MOD_NUM], std::uint32_t modId,
         return ERR_SYS_ILLEGAL_PARAM;
     }
     if (table[modId] == nullptr) {
-        mppReport(site, "Mod:%d have not register ! \n", static_cast<int>(modId));
+        mppReport(site, "Mod:%d have not register ! \n", shown(modId));
         return ERR_SYS_NOT_PERM;
     }
     bindFreeModule(table[modId]);

@@ -21,14 +21,14 @@ bool isZoneTooLong(const VB_POOL_S &pool) {
     if (length < sizeof pool.acMmzName) {
         return false;
     }
-    std::printf("mmz name len:%d,it's too long\n", static_cast<int>(length));
+    std::printf("mmz name len:%d,it's too long\n", shown(length));
     return true;
 }
 
 std::int32_t userCommand(std::uint32_t command, std::uint32_t user,
                          CallSite site = CallSite::here()) {
     if (user > VB_MAX_USER) {
-        mppReport(site, "Illegal user id %d!\n", static_cast<int>(user));
+        mppReport(site, "Illegal user id %d!\n", shown(user));
         return ERR_VB_ILLEGAL_PARAM;
     }
     return vbDeviceCommand(command, &user);
@@ -82,7 +82,12 @@ std::int32_t HI_MPI_VB_DestroyPool(std::uint32_t pool) {
 }
 
 std::uint32_t HI_MPI_VB_GetBlock(std::uint32_t pool, std::uint32_t blkSize, const char *zone) {
-    VbBlockRecord record = {pool, 0, 0, VB_INVALID_HANDLE, 0, {}};
+    VbBlockRecord record = {.pool = pool,
+                            .blkSize = 0,
+                            .zero = 0,
+                            .block = VB_INVALID_HANDLE,
+                            .anyPool = 0,
+                            .zone = {}};
     if (pool == VB_INVALID_POOL) {
         record.blkSize = blkSize;
         record.anyPool = 1;

@@ -130,8 +130,7 @@ std::int32_t HI_MPI_AO_EnableChn(std::uint32_t AoDev, std::uint32_t AoChn) {
         return 0;
     }
     if (!allocateBlock(channel, AoDev, AoChn)) {
-        mppReport(CallSite::here(), "alloc mmb fail, len:%d\n",
-                  static_cast<int>(channel.stCirBuf[0].length));
+        mppReport(CallSite::here(), "alloc mmb fail, len:%d\n", shown(channel.stCirBuf[0].length));
         return ERR_AO_NOMEM;
     }
     const std::int32_t result = Device_Ioctl(operation.fd(), AO_CMD_ENABLE_CHN, nullptr);

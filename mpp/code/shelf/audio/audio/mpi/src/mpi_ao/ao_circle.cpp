@@ -22,7 +22,7 @@ void assertNotWrapped(const AoCircle &circle, CallSite site) {
 bool readPeriod(std::uint32_t bitWidth, std::uint32_t *period, CallSite site) {
     AIO_ATTR_S attr = {};
     if (aoReadAttr(&attr) != 0) {
-        mppReport(site, "Get AO(%d) pub attr failed.\n", static_cast<int>(device));
+        mppReport(site, "Get AO(%d) pub attr failed.\n", shown(device));
         return false;
     }
     *period = aoPeriodBytes(attr.u32PtNumPerFrm, bitWidth);
@@ -105,8 +105,7 @@ std::int32_t MPI_AO_PutDataToCircleBufferAndUpdateWritePtr(std::uint32_t chn, st
     if (!hasRoom(circle, size, CallSite::here())) {
         mppReport(CallSite::here(),
                   "It's no free buffer to save data! frame len:%d, u32Write:%d, u32Read:%d\n",
-                  static_cast<int>(size), static_cast<int>(circle.u32Write),
-                  static_cast<int>(circle.u32Read));
+                  shown(size), shown(circle.u32Write), shown(circle.u32Read));
         return -1;
     }
     const std::uint32_t toEnd = circle.length - circle.u32Write;

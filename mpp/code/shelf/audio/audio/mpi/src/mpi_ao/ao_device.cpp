@@ -135,7 +135,7 @@ std::int32_t HI_MPI_AO_SetClkDir(std::uint32_t AoDev, std::uint32_t enClkDir) {
         return error;
     }
     if (enClkDir > widestClkDir) {
-        mppReport(CallSite::here(), "illegal param: enClkDir(%d)!\n", static_cast<int>(enClkDir));
+        mppReport(CallSite::here(), "illegal param: enClkDir(%d)!\n", shown(enClkDir));
         return ERR_AO_ILLEGAL_PARAM;
     }
     return aoCommand(deviceSlot, AO_CMD_SET_CLK_DIR, &enClkDir);

@@ -34,8 +34,8 @@ UniqueFile openFile(const AO_DUMP_S &config, const char *kind, std::uint32_t chn
                     std::uint32_t rate) {
     char name[nameRoom];
     std::snprintf(name, sizeof name, "%.*s/%s_AoDev%d_Chn%d_%dK_%.*s.pcm", lengthOf(config.acPath),
-                  config.acPath, kind, static_cast<int>(device), shown(chn),
-                  static_cast<int>(rate / 1000), lengthOf(config.acName), config.acName);
+                  config.acPath, kind, shown(device), shown(chn), shown(rate / 1000),
+                  lengthOf(config.acName), config.acName);
     return UniqueFile(std::fopen(name, "wb+"));
 }
 
@@ -51,7 +51,7 @@ bool openFiles(AoChannel &channel, std::uint32_t chn, const AO_DUMP_S &config) {
     if (in == nullptr || out == nullptr) {
         std::printf("DevId:%d, AoChn:%d, File: InFilePath/OutFilePath open failed!Please check "
                     "your Filepath!\n",
-                    static_cast<int>(device), shown(chn));
+                    shown(device), shown(chn));
         return false;
     }
     channel.dumpIn = {in.release(), 0};

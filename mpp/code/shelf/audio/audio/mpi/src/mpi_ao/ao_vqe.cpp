@@ -34,7 +34,7 @@ std::int32_t checkResampling(std::uint32_t dev, std::uint32_t chn, std::uint32_t
     }
     if (isAmong(refusedDeviceRates, attr.enSamplerate)) {
         mppReport(site, "Resmp is not permit when Ao samplerate is %d!\n",
-                  static_cast<int>(attr.enSamplerate));
+                  shown(attr.enSamplerate));
         return ERR_AO_NOT_PERM;
     }
     return 0;
@@ -114,7 +114,7 @@ std::int32_t HI_MPI_AO_EnableReSmp(std::uint32_t AoDev, std::uint32_t AoChn,
     const AoChannel &channel = operation.channel();
     if (!isAmong(audioSampleRates, enInSampleRate)) {
         mppReport(CallSite::here(), "AoChn %d resample in rate:%d is illegal!\n", shown(AoChn),
-                  static_cast<int>(enInSampleRate));
+                  shown(enInSampleRate));
         return ERR_AO_ILLEGAL_PARAM;
     }
     AIO_ATTR_S attr = {};
@@ -131,8 +131,7 @@ std::int32_t HI_MPI_AO_EnableReSmp(std::uint32_t AoDev, std::uint32_t AoChn,
     if (channel.resample.enInSampleRate != enInSampleRate) {
         mppReport(CallSite::here(),
                   "Resmp has been enable but the resamplerate:%d not the same as before:%d.\n",
-                  static_cast<int>(enInSampleRate),
-                  static_cast<int>(channel.resample.enInSampleRate));
+                  shown(enInSampleRate), shown(channel.resample.enInSampleRate));
         return ERR_AO_NOT_PERM;
     }
     return 0;
