@@ -2,9 +2,11 @@
 // that follow are obeyed.
 #include "src/voxo/fifo.h"
 
+#include "camera/message/message.h"
 #include "fuzz/fuzz.h"
 #include "tests/daemon/daemon_fixture.h"
 #include "vcam/preload/interpose.h"
+#include "vcam/sender/message_sender.h"
 
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -42,10 +44,6 @@ void handle(const std::string &bytes) {
     }
 }
 
-void obey(char type, const std::string &body) {
-    handle(std::string{type, 4, static_cast<char>(body.size()), 0} + body);
-}
-
 } // namespace
 
 // Nobody writes while the daemon waits for a body.
@@ -57,11 +55,11 @@ INTERPOSE(int, poll, (pollfd * fds, nfds_t count, int)) {
 void fuzz(Input input) {
     static FifoFuzz fifo;
     handle(input.text(32768));
-    obey(3, "<m><data type='5'>/good</data></m>");
+    handle(locationMessage("/good"));
     require(std::strcmp("/good", voxoContext.clipLocation) == 0, "a location is taken");
-    for (const int start : {1, 0}) {
-        obey(2, "<m><control class='1' value='" + std::to_string(start) + "'/></m>");
-        require(clipStart == start, "an order is obeyed");
+    for (const std::uint32_t start : {MESSAGE_CLIP_START, MESSAGE_CLIP_STOP}) {
+        handle(clipMessage(start));
+        require(clipStart == static_cast<std::int32_t>(start), "an order is obeyed");
     }
     takeSystemLog();
 }

@@ -289,6 +289,17 @@ TEST_F(AudioOutTest, RefusesBlocksThatCannotBe) {
               reports(write(2560), -1));
 }
 
+// The channel buffers hold what just fits them, and not a byte more.
+TEST_F(AudioOutTest, KnowsItsChannelBuffers) {
+    ASSERT_EQ(0, open());
+    configure(0, 640);
+    for (const auto &[size, fits] : {std::pair(32768, true), {32769, false}}) {
+        const std::string text = reports(write(size), -1); // no frame is that long
+        EXPECT_EQ(fits, text.find("block does not fit the channel buffers\n") == std::string::npos);
+        EXPECT_EQ(fits, text.find("HI_MPI_AO_SendFrame failed") != std::string::npos);
+    }
+}
+
 TEST_F(AudioOutTest, SetsBothSidesOfTheVolume) {
     EXPECT_EQ("", reports([] { return audioout_set_volume(46); }, 0));
     using Volume = std::array<std::uint32_t, 2>;

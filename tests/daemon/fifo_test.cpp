@@ -3,7 +3,9 @@
 #include "camera/message/message.h"
 #include "src/voxo/clip.h"
 #include "src/voxo/input.h"
+#include "src/voxo/tessel.h"
 #include "tests/daemon/daemon_fixture.h"
+#include "vcam/sender/message_sender.h"
 
 #include <unistd.h>
 
@@ -11,19 +13,20 @@
 
 namespace {
 
-std::string message(unsigned char type, const std::string &body, unsigned char header = 4) {
-    std::string bytes = {static_cast<char>(type), static_cast<char>(header),
-                         static_cast<char>(body.size() & 0xFF),
-                         static_cast<char>(body.size() >> 8)};
-    return bytes + std::string(header > 4 ? header - 4U : 0U, 'h') + body;
+// A message, perhaps with a longer header.
+std::string message(std::uint32_t type, const std::string &body, char header = 4) {
+    std::string bytes = framedMessage(type, body);
+    bytes[1] = header;
+    return bytes.insert(MESSAGE_HEADER_LENGTH, static_cast<std::size_t>(header) - 4, 'h');
 }
 
 std::string control(const std::string &entries) {
-    return message(2, "<message>" + entries + "</message>");
+    return message(MESSAGE_TYPE_CONTROL, "<message>" + entries + "</message>");
 }
 
 std::string location(const std::string &path, const std::string &type = "5") {
-    return message(3, "<message><data type=\"" + type + "\">" + path + "</data></message>");
+    return message(MESSAGE_TYPE_DATA,
+                   "<message><data type=\"" + type + "\">" + path + "</data></message>");
 }
 
 const std::string start = R"(<control class="1" value="1"/>)";
@@ -138,10 +141,11 @@ TEST_F(FifoTest, ReportsWhatItCannotFrame) {
 }
 
 TEST_F(FifoTest, ReportsWhatItCannotParse) {
-    for (const auto &[type, kind] : {std::pair('\2', "control"), {'\3', "data"}}) {
+    for (const auto &[type, kind] :
+         {std::pair(MESSAGE_TYPE_CONTROL, "control"), {MESSAGE_TYPE_DATA, "data"}}) {
         for (const char *body : {"<message><control", "no XML", "<a/><b/>", "<m>\x01</m>",
                                  "<!DOCTYPE m [<!ENTITY e 'e'>]><m>&e;</m>"}) {
-            const std::string log = receive(message(static_cast<unsigned char>(type), body)).log;
+            const std::string log = receive(message(type, body)).log;
             EXPECT_NE(std::string::npos, log.find("debug [FIFO Message] Parse " +
                                                   std::string(kind) + " message error! [LINE:"))
                 << body;
@@ -196,6 +200,13 @@ TEST_F(FifoTest, AsksForTwoWayAudio) {
         EXPECT_EQ(talk.requests, tessel.requests());
     }
     EXPECT_EQ(0, clipStart);
+}
+
+TEST_F(FifoTest, CutsAMethodToItsField) {
+    const FakeTessel tessel(dir_.path(), "");
+    char reply[8] = {};
+    EXPECT_EQ(0, voxoSendToTessel("key", std::string(40, 'm').c_str(), 7, 1, reply, sizeof reply));
+    EXPECT_EQ(std::vector{"get " + std::string(15, 'm') + " 99 7\nkey"}, tessel.requests());
 }
 
 TEST_F(FifoTest, MakesTheFifoOrReusesIt) {

@@ -56,6 +56,21 @@ TEST_F(StreamTest, FollowsCodecInformation) {
     EXPECT_EQ(2U, state_.dwDoubleFreqRatio);
 }
 
+// Codec information ends behind the last word that its codec needs, and not before.
+TEST_F(StreamTest, TakesCodecInformationThatIsWhole) {
+    state_.nextDropReport = Deadline(3600'000);
+    for (const auto &[codec, size] :
+         {std::pair("G711", 64U), {"AAC4", 52U}, {"GAMR", 48U}, {"G726", 44U}}) {
+        for (const std::uint32_t missing : {1U, 0U}) {
+            Record record = codecInfo(codec, 8000, 8000);
+            record.resize(size - missing);
+            state_.droppedRecords = 0;
+            quietly(record);
+            EXPECT_EQ(missing, state_.droppedRecords) << codec;
+        }
+    }
+}
+
 TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
     const auto altered = [&](std::uint32_t offset, std::uint32_t word) {
         Record record = audioRecord(payload_);

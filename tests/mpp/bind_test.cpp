@@ -1,3 +1,4 @@
+#include "mpp/code/mkp/bind/sys_bind_table.h"
 #include "tests/mpp/mpp_fixture.h"
 
 namespace {
@@ -72,6 +73,24 @@ TEST_F(BindTest, DeliversToEveryDestinationInOrder) {
     expectOutcomes(
         {{0xA0028009, "have not Binder !\n", [&] { return send(3); }},
          {0, "have not Binder !\n", [&] { return SYS_BIND_ResetData(24, 0, 3, &found); }}});
+}
+
+TEST_F(BindTest, CountsWhatItDelivers) {
+    const BIND_RECEIVER_S withoutReset = {23, 1, 1, receive, nullptr};
+    EXPECT_EQ(0, SYS_BIND_RegisterReceiver(&withoutReset));
+    const BIND_CHN_S plain = {23, 0, 0};
+    EXPECT_EQ(0, SYS_Bind(&source_, &destination_));
+    EXPECT_EQ(0, SYS_Bind(&source_, &plain));
+    const BindRecord &counted = bindTables.receivers[22]->records[destination_.u32ChnId];
+    const BindRecord &uncounted = bindTables.receivers[23]->records[0];
+    send(3);
+    for (std::uint32_t count = 1; count <= 2; ++count) {
+        EXPECT_EQ(0, SYS_BIND_ResetData(24, 0, 3, &source_));
+        EXPECT_EQ(count, counted.resetCount);
+    }
+    EXPECT_EQ(0U, uncounted.resetCount); // there was nothing to call
+    EXPECT_EQ(1U, counted.sendCount);
+    EXPECT_EQ(1U, uncounted.sendCount);
 }
 
 TEST_F(BindTest, RefusesWithTheRightWords) {
