@@ -69,6 +69,27 @@ void addClip(CLI::App &app, std::string &file, std::function<int()> &command,
     stop->callback([&] { command = [&] { return stopClip(CameraDir(dir)); }; });
 }
 
+struct SetOptions {
+    std::string key;
+    std::string value;
+};
+
+void addSet(CLI::App &app, SetOptions &options, std::function<int()> &command,
+            const std::string &dir) {
+    CLI::App *const set = app.add_subcommand("set", "Set one of the camera's settings");
+    set->add_option("key", options.key, "For example audioout_c0_volume")->required();
+    set->add_option("value", options.value)->required();
+    set->callback(
+        [&] { command = [&] { return setSetting(CameraDir(dir), options.key, options.value); }; });
+}
+
+void addTalk(CLI::App &app, std::string &state, std::function<int()> &command,
+             const std::string &dir) {
+    CLI::App *const talkCommand = app.add_subcommand("talk", "Begin or end two-way audio");
+    talkCommand->add_option("state", state)->required()->check(CLI::IsMember({"on", "off"}));
+    talkCommand->callback([&] { command = [&] { return talk(CameraDir(dir), state == "on"); }; });
+}
+
 int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
@@ -88,18 +109,10 @@ int run(int argc, char **argv) {
     std::string clipFile;
     addClip(app, clipFile, command, dir);
 
-    std::string key;
-    std::string value;
-    CLI::App *const set = app.add_subcommand("set", "Set one of the camera's settings");
-    set->add_option("key", key, "For example audioout_c0_volume")->required();
-    set->add_option("value", value)->required();
-    set->callback([&] { command = [&] { return setSetting(CameraDir(dir), key, value); }; });
-
+    SetOptions setOptions;
+    addSet(app, setOptions, command, dir);
     std::string talkState;
-    CLI::App *const talkCommand = app.add_subcommand("talk", "Begin or end two-way audio");
-    talkCommand->add_option("state", talkState)->required()->check(CLI::IsMember({"on", "off"}));
-    talkCommand->callback(
-        [&] { command = [&] { return talk(CameraDir(dir), talkState == "on"); }; });
+    addTalk(app, talkState, command, dir);
 
     app.add_subcommand("status", "Show the board's registers and the settings")->callback([&] {
         command = [&] { return showStatus(CameraDir(dir)); };
