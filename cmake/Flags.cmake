@@ -1,12 +1,13 @@
 # How the project is compiled. `project_warnings` hold for everything, `project_flags` add the
 # sanitizers of a build that has some and the guards of buffers, `product_flags` what the code on the
 # camera gives up: exceptions, run-time type information and guarded statics, so that it needs no C++
-# runtime library.
+# runtime library. Warnings are errors in the project's own presets, not for who builds it with another
+# compiler.
 # A release of the product is compiled for size; compile_for_speed() excepts its sample loops.
 
 add_library(project_warnings INTERFACE)
 target_compile_options(project_warnings INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wno-format-nonliteral -Werror
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wno-format-nonliteral
     -Wno-psabi) # notes on what older compilers did on ARM
 
 # A release guards its stack, is bound at its start and read-only from then on as far as it can be,
