@@ -94,6 +94,7 @@ int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
     app.require_subcommand(1);
+    app.set_version_flag("--version", "vcam " VCAM_VERSION);
     std::string dir;
     app.add_option("-d,--dir", dir,
                    "The camera's directory (default: $VCAM_DIR, or one of your own)");
