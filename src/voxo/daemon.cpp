@@ -70,7 +70,7 @@ bool isWhole(const DecoderOps &decoder) {
 
 void reportInitialRate() {
     const VoxoLoopState initial;
-    const auto ratio = static_cast<int>(initial.dwDoubleFreqRatio);
+    const auto ratio = shown(initial.dwDoubleFreqRatio);
     VOXO_REPORT_AT(LOG_DEBUG, ": Initial Sample rate=%d Frequecy ratio*2=%d Output Size=%d\n",
                    shown(initial.dwVoxoOutSample), ratio, ratio * initial.lastInputSize);
 }

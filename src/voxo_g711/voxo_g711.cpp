@@ -89,8 +89,8 @@ std::int32_t G711Dec_Release(G711Opt **slot) {
 std::int32_t G711Dec_SetCodecInfo(G711Opt *decoder, const void *packet) {
     decoder->mode = recordWord(packet, g711LawWord);
     decoder->channels = recordWord(packet, g711ChannelsWord);
-    VOXO_REPORT(LOG_DEBUG, "Recv CI of G.711 with %d law, %d channel\n",
-                static_cast<int>(decoder->mode), shown(decoder->channels));
+    VOXO_REPORT(LOG_DEBUG, "Recv CI of G.711 with %d law, %d channel\n", shown(decoder->mode),
+                shown(decoder->channels));
     return 0;
 }
 

@@ -12,6 +12,15 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// A camera's path in the directory, whatever the directory is: what is removed is never the PC's.
+fs::path inside(const CameraDir &dir, const char *path) {
+    return dir.path() / fs::path(path).relative_path();
+}
+
+} // namespace
+
 UniqueFd lockDirectory(const CameraDir &dir) {
     std::error_code error;
     fs::create_directories(dir.path(), error);
@@ -48,7 +57,7 @@ CameraFiles::CameraFiles(const CameraDir &dir) : dir_(dir) {
 CameraFiles::~CameraFiles() {
     removeRunning();
     std::error_code ignored;
-    fs::remove_all(dir_.place(tesselProgramPath).parent_path(), ignored);
+    fs::remove_all(inside(dir_, tesselProgramPath).parent_path(), ignored);
     for (const char *parent : {"var", "tmp", "usr"}) {
         fs::remove(dir_.path() / parent, ignored); // unless there is something else in it
     }
@@ -57,7 +66,7 @@ CameraFiles::~CameraFiles() {
 void CameraFiles::removeRunning() {
     std::error_code ignored;
     for (const char *path : {runPath, tesselSocketPath, devicesPath}) {
-        fs::remove_all(dir_.place(path), ignored);
+        fs::remove_all(inside(dir_, path), ignored);
     }
     fs::remove(dir_.registersFile(), ignored);
     fs::remove(dir_.memoryFile(), ignored);

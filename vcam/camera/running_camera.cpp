@@ -97,11 +97,12 @@ void RunningCamera::requireDaemon() {
         throw CameraError("voxo has ended by itself, with status " + std::to_string(*status));
     }
     sigset_t ending = {};
-    sigaddset(&ending, SIGINT);
-    sigaddset(&ending, SIGTERM);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&ending, signal);
+    }
     const timespec now = {};
     if (sigtimedwait(&ending, nullptr, &now) > 0) {
-        throw CameraError("interrupted");
+        throw CameraError("told to end before it was done");
     }
 }
 

@@ -54,6 +54,26 @@ bool callFails(FailingCall call) {
                                 : nextDefinition<result(*) parameters>(#name) arguments;           \
     }
 
+// The same for calls that are variadic to the compiler only.
+#define INTERPOSE_FAULT_OPEN(name)                                                                 \
+    INTERPOSE(int, name, (const char *path, int flags, ...)) {                                     \
+        OPTIONAL_MODE(flags)                                                                       \
+        using Open = int (*)(const char *, int, ...);                                              \
+        return callFails("open") ? -1 : nextDefinition<Open>(#name)(path, flags, mode);            \
+    }
+#define INTERPOSE_FAULT_OPENAT(name)                                                               \
+    INTERPOSE(int, name, (int dirFd, const char *path, int flags, ...)) {                          \
+        OPTIONAL_MODE(flags)                                                                       \
+        using OpenAt = int (*)(int, const char *, int, ...);                                       \
+        return callFails("open") ? -1 : nextDefinition<OpenAt>(#name)(dirFd, path, flags, mode);   \
+    }
+#define INTERPOSE_FAULT_FCNTL(name)                                                                \
+    INTERPOSE(int, name, (int fd, int command, ...)) {                                             \
+        OPTIONAL_ARGUMENT(void *, command, argument);                                              \
+        using Control = int (*)(int, int, ...);                                                    \
+        return callFails("fcntl") ? -1 : nextDefinition<Control>(#name)(fd, command, argument);    \
+    }
+
 // NOLINTEND(bugprone-macro-parentheses)
 
 #ifdef __GLIBC__
@@ -84,21 +104,9 @@ INTERPOSE_FAULT(void *, nullptr, "realloc", realloc, (void *memory, std::size_t 
                 (memory, size))
 #endif
 
-INTERPOSE(int, open, (const char *path, int flags, ...)) {
-    OPTIONAL_MODE(flags)
-    using Open = int (*)(const char *, int, ...);
-    return callFails("open") ? -1 : nextDefinition<Open>("open")(path, flags, mode);
-}
-INTERPOSE(int, openat, (int dirFd, const char *path, int flags, ...)) {
-    OPTIONAL_MODE(flags)
-    using OpenAt = int (*)(int, const char *, int, ...);
-    return callFails("open") ? -1 : nextDefinition<OpenAt>("openat")(dirFd, path, flags, mode);
-}
-INTERPOSE(int, fcntl, (int fd, int command, ...)) {
-    OPTIONAL_ARGUMENT(void *, command, argument);
-    using Control = int (*)(int, int, ...);
-    return callFails("fcntl") ? -1 : nextDefinition<Control>("fcntl")(fd, command, argument);
-}
+INTERPOSE_FAULT_OPEN(open)
+INTERPOSE_FAULT_OPENAT(openat)
+INTERPOSE_FAULT_FCNTL(fcntl)
 INTERPOSE_FAULT(ssize_t, -1, "read", read, (int fd, void *buffer, std::size_t size),
                 (fd, buffer, size))
 INTERPOSE_FAULT(void *, MAP_FAILED, "mmap", mmap,
@@ -157,21 +165,9 @@ INTERPOSE(int, pthread_create,
 
 #ifdef __GLIBC__
 // The names of programs with 64-bit file offsets, and of programs whose buffers are guarded.
-INTERPOSE(int, open64, (const char *path, int flags, ...)) {
-    OPTIONAL_MODE(flags)
-    using Open = int (*)(const char *, int, ...);
-    return callFails("open") ? -1 : nextDefinition<Open>("open64")(path, flags, mode);
-}
-INTERPOSE(int, openat64, (int dirFd, const char *path, int flags, ...)) {
-    OPTIONAL_MODE(flags)
-    using OpenAt = int (*)(int, const char *, int, ...);
-    return callFails("open") ? -1 : nextDefinition<OpenAt>("openat64")(dirFd, path, flags, mode);
-}
-INTERPOSE(int, fcntl64, (int fd, int command, ...)) {
-    OPTIONAL_ARGUMENT(void *, command, argument);
-    using Control = int (*)(int, int, ...);
-    return callFails("fcntl") ? -1 : nextDefinition<Control>("fcntl64")(fd, command, argument);
-}
+INTERPOSE_FAULT_OPEN(open64)
+INTERPOSE_FAULT_OPENAT(openat64)
+INTERPOSE_FAULT_FCNTL(fcntl64)
 INTERPOSE_FAULT(int, -1, "open", __open_2, (const char *path, int flags), (path, flags))
 INTERPOSE_FAULT(int, -1, "open", __open64_2, (const char *path, int flags), (path, flags))
 INTERPOSE_FAULT(ssize_t, -1, "read", __read_chk,
@@ -191,11 +187,6 @@ INTERPOSE_FAULT(int, -1, "stat", stat64, (const char *path, struct stat64 *statu
 // Names that 32-bit programs with 64-bit times reach.
 INTERPOSE_FAULT(int, -1, "stat", __stat64_time64, (const char *path, void *status), (path, status))
 INTERPOSE_FAULT(int, -1, "fstat", __fstat64_time64, (int fd, void *status), (fd, status))
-INTERPOSE(int, __fcntl_time64, (int fd, int command, ...)) {
-    OPTIONAL_ARGUMENT(void *, command, argument);
-    using Control = int (*)(int, int, ...);
-    return callFails("fcntl") ? -1
-                              : nextDefinition<Control>("__fcntl_time64")(fd, command, argument);
-}
+INTERPOSE_FAULT_FCNTL(__fcntl_time64)
 #endif
 #endif

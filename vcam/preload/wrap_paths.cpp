@@ -48,49 +48,38 @@ int unlinkPath(const char *path, int flags, int dirFd = AT_FDCWD) {
 
 } // namespace
 
-INTERPOSE(std::FILE *, fopen, (const char *path, const char *mode)) {
-    return passPath<std::FILE *>("fopen", path, mode);
-}
+// NOLINTBEGIN(bugprone-macro-parentheses)
 
-INTERPOSE(int, stat, (const char *path, struct stat *status)) {
-    return passPath<int>("stat", path, status);
-}
+// A call of a path and something else, and one of a directory, a path, a status and flags.
+#define INTERPOSE_PATH(result, name, type)                                                         \
+    INTERPOSE(result, name, (const char *path, type second)) {                                     \
+        return passPath<result>(#name, path, second);                                              \
+    }
+#define INTERPOSE_STAT_AT(name, type)                                                              \
+    INTERPOSE(int, name, (int dirFd, const char *path, type *status, int flags)) {                 \
+        return passStatAt(#name, dirFd, path, status, flags);                                      \
+    }
 
-INTERPOSE(int, lstat, (const char *path, struct stat *status)) {
-    return passPath<int>("lstat", path, status);
-}
+// NOLINTEND(bugprone-macro-parentheses)
 
-INTERPOSE(int, fstatat, (int dirFd, const char *path, struct stat *status, int flags)) {
-    return passStatAt("fstatat", dirFd, path, status, flags);
-}
+INTERPOSE_PATH(std::FILE *, fopen, const char *)
+INTERPOSE_PATH(int, stat, struct stat *)
+INTERPOSE_PATH(int, lstat, struct stat *)
+INTERPOSE_STAT_AT(fstatat, struct stat)
+INTERPOSE_PATH(char *, realpath, char *)
+INTERPOSE_PATH(key_t, ftok, int)
 
 #ifdef __GLIBC__
 // The names of programs with 64-bit file offsets.
-INTERPOSE(std::FILE *, fopen64, (const char *path, const char *mode)) {
-    return passPath<std::FILE *>("fopen64", path, mode);
-}
-
-INTERPOSE(int, stat64, (const char *path, struct stat64 *status)) {
-    return passPath<int>("stat64", path, status);
-}
-
-INTERPOSE(int, lstat64, (const char *path, struct stat64 *status)) {
-    return passPath<int>("lstat64", path, status);
-}
-
-INTERPOSE(int, fstatat64, (int dirFd, const char *path, struct stat64 *status, int flags)) {
-    return passStatAt("fstatat64", dirFd, path, status, flags);
-}
-#endif
-
+INTERPOSE_PATH(std::FILE *, fopen64, const char *)
+INTERPOSE_PATH(int, stat64, struct stat64 *)
+INTERPOSE_PATH(int, lstat64, struct stat64 *)
+INTERPOSE_STAT_AT(fstatat64, struct stat64)
 #ifndef __LP64__
-INTERPOSE(int, __stat64_time64, (const char *path, void *status)) {
-    return passPath<int>("__stat64_time64", path, status);
-}
-
-INTERPOSE(int, __fstatat64_time64, (int dirFd, const char *path, void *status, int flags)) {
-    return passStatAt("__fstatat64_time64", dirFd, path, status, flags);
-}
+// Names that 32-bit programs with 64-bit times reach.
+INTERPOSE_PATH(int, __stat64_time64, void *)
+INTERPOSE_STAT_AT(__fstatat64_time64, void)
+#endif
 #endif
 
 INTERPOSE(int, access, (const char *path, int mode)) {
@@ -139,10 +128,6 @@ INTERPOSE(DIR *, opendir, (const char *path)) {
     return nextDefinition<DIR *(*)(const char *)>("opendir")(cameraPlaceOf(path, buffer));
 }
 
-INTERPOSE(char *, realpath, (const char *path, char *resolved)) {
-    return passPath<char *>("realpath", path, resolved);
-}
-
 INTERPOSE(char *, __realpath_chk, (const char *path, char *resolved, std::size_t room)) {
     if (room < PATH_MAX) {
         __builtin_trap();
@@ -169,8 +154,4 @@ INTERPOSE(int, rename, (const char *from, const char *to)) {
     char toBuffer[cameraPathRoom];
     return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, cameraPlaceOf(from, fromBuffer),
                                     AT_FDCWD, cameraPlaceOf(to, toBuffer), 0));
-}
-
-INTERPOSE(key_t, ftok, (const char *path, int project)) {
-    return passPath<int>("ftok", path, project);
 }
