@@ -3,6 +3,7 @@
 #include "camera/message/message.h"
 #include "src/voxo/clip.h"
 #include "src/voxo/input.h"
+#include "src/voxo/tessel.h"
 #include "tests/daemon/daemon_fixture.h"
 
 #include <unistd.h>
@@ -196,6 +197,10 @@ TEST_F(FifoTest, AsksForTwoWayAudio) {
         EXPECT_EQ(talk.requests, tessel.requests());
     }
     EXPECT_EQ(0, clipStart);
+    // A method's name is cut where its field ends.
+    const FakeTessel tessel(dir_.path(), "");
+    voxoSendToTessel("body", "sixteencharacter", 0, 1, nullptr, 0);
+    EXPECT_EQ("get sixteencharacte 99 0\nbody", tessel.requests().at(0));
 }
 
 TEST_F(FifoTest, MakesTheFifoOrReusesIt) {

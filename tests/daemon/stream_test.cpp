@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace {
 
 class StreamTest : public DaemonTest {
@@ -56,6 +58,20 @@ TEST_F(StreamTest, FollowsCodecInformation) {
     EXPECT_EQ(2U, state_.dwDoubleFreqRatio);
 }
 
+TEST_F(StreamTest, NeedsTheWordsOfTheCodec) {
+    state_.nextDropReport = Deadline(3600'000);
+    for (const auto &[codec, size] :
+         {std::pair("G711", 64U), {"AAC4", 52U}, {"GAMR", 48U}, {"G726", 44U}}) {
+        Record record = codecInfo(codec, 8000, 8000);
+        record.resize(size);
+        quietly(record);
+        EXPECT_EQ(0U, std::exchange(state_.droppedRecords, 0)) << codec;
+        record.pop_back();
+        quietly(record);
+        EXPECT_EQ(1U, std::exchange(state_.droppedRecords, 0)) << codec;
+    }
+}
+
 TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
     const auto altered = [&](std::uint32_t offset, std::uint32_t word) {
         Record record = audioRecord(payload_);
@@ -65,6 +81,7 @@ TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
     Record torn = lawInfo("ALAW");
     torn.pop_back();
     const Record hostile[] = {Record(1),
+                              newRecord("????", recordBody - 1),
                               torn,
                               altered(recordSizeWord, 43),
                               altered(recordSizeWord, 685), // more than was received
@@ -82,7 +99,7 @@ TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
     }
     EXPECT_EQ(640, state_.lastInputSize);
     state_.nextDropReport = Deadline(0); // a minute later
-    EXPECT_EQ("[voxo] src/voxo:#: 11 stream records out of limits, dropped\n",
+    EXPECT_EQ("[voxo] src/voxo:#: 12 stream records out of limits, dropped\n",
               reportOf(newRecord("????", recordBody)));
     EXPECT_EQ("", reportOf(hostile[0]));
     EXPECT_EQ("[voxo] src/voxo:#: Stream record out of limits, dropped\n",

@@ -1,3 +1,4 @@
+#include "mpp/code/mkp/bind/sys_bind_table.h"
 #include "tests/mpp/mpp_fixture.h"
 
 namespace {
@@ -72,6 +73,25 @@ TEST_F(BindTest, DeliversToEveryDestinationInOrder) {
     expectOutcomes(
         {{0xA0028009, "have not Binder !\n", [&] { return send(3); }},
          {0, "have not Binder !\n", [&] { return SYS_BIND_ResetData(24, 0, 3, &found); }}});
+}
+
+TEST_F(BindTest, CountsWhatItHandsOver) {
+    const BIND_RECEIVER_S steady = {30, 1, 1, receive, nullptr};
+    EXPECT_EQ(0, SYS_BIND_RegisterReceiver(&steady));
+    const BIND_CHN_S other = {30, 0, 0};
+    EXPECT_EQ(0, SYS_Bind(&source_, &destination_));
+    EXPECT_EQ(0, SYS_Bind(&source_, &other));
+    send(3);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(0, SYS_BIND_ResetData(24, 0, 3, &i));
+    }
+    const auto counts = [](std::uint32_t module, std::uint32_t channel) {
+        const BindRecord &record = bindTables.receivers[module]->records[channel];
+        return std::pair(record.sendCount, record.resetCount);
+    };
+    EXPECT_EQ(std::pair(1U, 2U), counts(22, 1));
+    EXPECT_EQ(std::pair(1U, 0U), counts(30, 0)); // there is nobody to reset
+    EXPECT_EQ(std::pair(0U, 0U), counts(22, 0));
 }
 
 TEST_F(BindTest, RefusesWithTheRightWords) {
