@@ -79,7 +79,7 @@ TEST_F(FifoTest, ObeysControlMessages) {
     EXPECT_EQ("Get control message!!\nGet start!!\nGet stop!!\n",
               outputFor(control(start + other + stop)));
     EXPECT_EQ(0, clipStart);
-    EXPECT_EQ(1U, device().callsOf(0x0000580C).size()); // the output is cleared
+    EXPECT_EQ(1U, device().callsOf(driverCommand::aoClearChn).size()); // the output is cleared
     EXPECT_EQ((std::vector<std::string>{"set NameValue 99 0 0\nstatus_audioclip_playing=0"}),
               tessel.requests());
     quitRequested = 1; // nobody is told of a stop any more

@@ -36,10 +36,7 @@ protected:
 TEST_F(LoopTest, AllocatesNothingBetweenTheFirstRecordAndTheEnd) {
     device().keepsCalls = false;
     std::atomic<int> played{0};
-    device().answer(0xC0785805, [&played](void *) {
-        ++played;
-        return 0;
-    });
+    device().watch(driverCommand::aoSend, [&played](const void *) { ++played; });
     const Record record = audioRecord(std::vector<std::uint8_t>(640, 0x33));
     std::thread sender([&] {
         for (int i = 0; i < 200; ++i) {

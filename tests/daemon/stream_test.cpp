@@ -139,7 +139,7 @@ TEST_F(StreamTest, TellsOfWhatFails) {
     EXPECT_TRUE(reportOf(audioRecord(payload_))
                     .ends_with("[voxo] src/voxo:#: src/voxo:#: decode failed!\n"));
     quietly(lawInfo("ULAW"));
-    device().answer(0x8004581B, -1);
+    device().answer(driverCommand::aoGetReady, -1);
     EXPECT_TRUE(reportOf(audioRecord(payload_))
                     .ends_with("[voxo] src/voxo:#: src/voxo:#: write audio error\n"));
     // A decoder that cannot be set up stops the daemon.

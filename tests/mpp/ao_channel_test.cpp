@@ -6,10 +6,6 @@ namespace {
 
 using AoChannelTest = MppTest;
 
-constexpr std::uint32_t bindCommand = 0x40045800;
-constexpr std::uint32_t enableCommand = 0x00005806;
-constexpr std::uint32_t disableCommand = 0x00005807;
-
 // An operation of a device and channel, its further arguments 0.
 using Operation = std::function<std::int32_t(std::uint32_t dev, std::uint32_t chn)>;
 
@@ -50,86 +46,84 @@ TEST_F(AoChannelTest, ChecksItsArgumentsFirst) {
              {0xA0168002, "ao chnid 16 is invalid\n", [&] { return operation(0, 16); }}});
     }
     EXPECT_EQ(Commands{}, device().commands());
+    // What has to be written to is null.
+    for (const auto &operation :
+         {ofDevice(HI_MPI_AO_GetPubAttr), ofDevice(HI_MPI_AO_GetTrackMode),
+          ofDevice(HI_MPI_AO_GetClkDir), ofDevice(HI_MPI_AO_GetMute), ofDevice(HI_MPI_AO_GetVolume),
+          ofChannel(HI_MPI_AO_QueryChnStat), ofChannel(HI_MPI_AO_SaveFile),
+          ofChannel(HI_MPI_AO_QueryFileStatus), ofChannel(MPI_AO_SetResmpDbgInfo)}) {
+        messages([&] { EXPECT_EQ(err(0xA0168006), operation(0, 0)); });
+    }
     const std::string report = errorsOf([] { HI_MPI_AO_Enable(2); });
     EXPECT_TRUE(report.starts_with("[Func]:HI_MPI_AO_Enable [Line]:")) << report;
 }
 
-TEST_F(AoChannelTest, RefusesNullAndUnknownWords) {
-    device().answer(0xC0105817, 3);
-    std::uint32_t enable = 0;
-    expectOutcomes({
-        {0xA0168003, "illegal param: enClkDir(2)!\n", [] { return HI_MPI_AO_SetClkDir(0, 2); }},
-        {0xA0168006, "the penTrackMode pointer for AoDev0 is NULL!\n",
-         [] { return HI_MPI_AO_GetTrackMode(0, nullptr); }},
-        {0xA0168006, "the AIO_ATTR_S pointer for AoDev0 is NULL!\n",
-         [] { return HI_MPI_AO_GetPubAttr(0, nullptr); }},
-        {0xA0168006, "", [] { return HI_MPI_AO_GetClkDir(0, nullptr); }},
-        {0xA0168006, "Both pbEnable and pstFade pointer for  AoDev0 are NULL!\n",
-         [] { return HI_MPI_AO_GetMute(0, nullptr, nullptr); }},
-        {3, "Ao0 Get Mute error\n", [&] { return HI_MPI_AO_GetMute(0, &enable, nullptr); }},
-        {0xA0168006, "the ps32VolumeDb pointer for Ao0 is NULL!\n",
-         [] { return HI_MPI_AO_GetVolume(0, nullptr); }},
-        {0xA0168006, "the AO_CHN_STATE_S pointer for AoDev0 is NULL!\n",
-         [] { return HI_MPI_AO_QueryChnStat(0, 0, nullptr); }},
-        {0xA0168006, "", [] { return HI_MPI_AO_SaveFile(0, 2, nullptr); }},
-        {0xA0168006, "", [] { return HI_MPI_AO_QueryFileStatus(0, 2, nullptr); }},
-        {0xA0168006, "", [] { return MPI_AO_SetResmpDbgInfo(0, 2, nullptr); }},
-    });
-}
-
 TEST_F(AoChannelTest, PassesWordsToTheDriver) {
-    configure(512);
-    AIO_ATTR_S attr = {};
-    EXPECT_EQ(0, HI_MPI_AO_GetPubAttr(0, &attr));
-    EXPECT_EQ(512U, attr.u32PtNumPerFrm);
+    const AIO_ATTR_S attr = attributes(512);
     const std::map<std::uint32_t, Operation> operations = {
-        {0x00005803, ofDevice(HI_MPI_AO_Enable)},
-        {0x00005804, ofDevice(HI_MPI_AO_Disable)},
-        {0x00005818, ofDevice(HI_MPI_AO_ClrPubAttr)},
-        {0x40045810, ofDevice(HI_MPI_AO_SetTrackMode)},
-        {0x40045812, ofDevice(HI_MPI_AO_SetClkDir)},
-        {0x00005808, ofChannel(HI_MPI_AO_PauseChn)},
-        {0x00005809, ofChannel(HI_MPI_AO_ResumeChn)},
-        {0x40045814, [](auto dev, auto) { return HI_MPI_AO_SetVolume(dev, -121); }},
-        {0x40245801, [&](auto dev, auto) { return HI_MPI_AO_SetPubAttr(dev, &attr); }}};
+        {driverCommand::aoEnable, ofDevice(HI_MPI_AO_Enable)},
+        {driverCommand::aoDisable, ofDevice(HI_MPI_AO_Disable)},
+        {driverCommand::aoClearAttr, ofDevice(HI_MPI_AO_ClrPubAttr)},
+        {driverCommand::aoPauseChn, ofChannel(HI_MPI_AO_PauseChn)},
+        {driverCommand::aoResumeChn, ofChannel(HI_MPI_AO_ResumeChn)},
+        {driverCommand::aoSetAttr,
+         [&](auto dev, auto) { return HI_MPI_AO_SetPubAttr(dev, &attr); }}};
     for (const auto &[command, operation] : operations) {
         device().answer(command, err(0xA0168009));
         EXPECT_EQ(err(0xA0168009), operation(0, 4)) << std::hex << command;
         EXPECT_EQ(command, device().commands().back());
+        device().leaveToDriver(command);
     }
-    EXPECT_EQ(-121, device().sent<std::int32_t>(0x40045814));
-    device().answerWords(0x80045813, {1});
+    configure(attr);
+    AIO_ATTR_S kept = {};
+    EXPECT_EQ(0, HI_MPI_AO_GetPubAttr(0, &kept));
+    EXPECT_EQ(0, std::memcmp(&attr, &kept, sizeof attr));
+    EXPECT_EQ(0, HI_MPI_AO_SetVolume(0, -121));
+    std::int32_t volume = 0;
+    EXPECT_EQ(0, HI_MPI_AO_GetVolume(0, &volume));
+    EXPECT_EQ(-121, volume);
     std::uint32_t word = 0;
+    EXPECT_EQ(0, HI_MPI_AO_SetTrackMode(0, 7));
+    EXPECT_EQ(0, HI_MPI_AO_GetTrackMode(0, &word));
+    EXPECT_EQ(7U, word);
+    EXPECT_EQ(0, HI_MPI_AO_SetClkDir(0, 1));
+    expectOutcomes(
+        {{0xA0168003, "illegal param: enClkDir(2)!\n", [] { return HI_MPI_AO_SetClkDir(0, 2); }}});
     EXPECT_EQ(0, HI_MPI_AO_GetClkDir(0, &word));
     EXPECT_EQ(1U, word);
-    const AO_DUMP_S dump = {1, "/tmp", "name", 10};
-    EXPECT_EQ(0, HI_MPI_AO_SaveFile(0, 2, &dump));
-    EXPECT_EQ(520U, device().callsOf(0x42085819).at(0).record.size());
-    device().answerWords(0x8208581A, {2});
-    EXPECT_EQ(0, HI_MPI_AO_QueryFileStatus(0, 2, &word));
-    EXPECT_EQ(2U, word);
     AO_FADE_S fade = {{4, 5, 6}};
     EXPECT_EQ(0, HI_MPI_AO_SetMute(0, 1, &fade));
-    EXPECT_EQ((std::array{1U, 4U, 5U, 6U}), (device().sent<std::array<unsigned, 4>>(0x40105816)));
-    device().answerWords(0xC0105817, {1, 7, 8, 9});
+    fade = {};
+    EXPECT_EQ(0, HI_MPI_AO_GetMute(0, &word, nullptr));
     EXPECT_EQ(0, HI_MPI_AO_GetMute(0, nullptr, &fade));
-    EXPECT_EQ(8U, fade.au32Word[1]);
+    EXPECT_EQ(1U, word);
+    EXPECT_EQ(5U, fade.au32Word[1]);
+    device().answer(driverCommand::aoGetMute, 3);
+    expectOutcomes(
+        {{3, "Ao0 Get Mute error\n", [&] { return HI_MPI_AO_GetMute(0, &word, nullptr); }}});
+    const AO_DUMP_S dump = {2, "/tmp", "name", 10};
+    EXPECT_EQ(0, HI_MPI_AO_SaveFile(0, 2, &dump));
+    EXPECT_EQ(0, HI_MPI_AO_QueryFileStatus(0, 2, &word));
+    EXPECT_EQ(2U, word);
+    AO_CHN_STATE_S state = {};
+    EXPECT_EQ(0, HI_MPI_AO_QueryChnStat(0, 2, &state));
+    EXPECT_EQ(30U, state.au32Counter[1]); // all free
 }
 
 // Slots are opened when a channel is first used; channels 8 to 11 are used by no other test.
 TEST_F(AoChannelTest, BindsADescriptorOnce) {
     const std::size_t descriptors = device().held().descriptors;
-    device().answer(bindCommand, -1);
+    device().answer(driverCommand::aoBind, -1);
     EXPECT_EQ(err(0xA0168010), HI_MPI_AO_GetFd(0, 9));
-    device().answer(bindCommand, 0);
+    device().leaveToDriver(driverCommand::aoBind);
     device().openAs("/dev/ao", -1);
     EXPECT_EQ(err(0xA0168010), HI_MPI_AO_EnableChn(0, 9));
     EXPECT_EQ(descriptors, device().held().descriptors); // closed again
     device().openAs("/dev/ao", 4711);
     EXPECT_EQ(4711, HI_MPI_AO_GetFd(0, 9));
     EXPECT_EQ(4711, HI_MPI_AO_GetFd(0, 9));
-    EXPECT_EQ(2U, device().callsOf(bindCommand).size());
-    EXPECT_EQ(9U, device().callsOf(bindCommand).back().as<std::uint32_t>());
+    EXPECT_EQ(2U, device().callsOf(driverCommand::aoBind).size());
+    EXPECT_EQ(9U, device().sent(driverCommand::aoBind, 1));
 }
 
 TEST_F(AoChannelTest, EnablesOnceAndDisablesWhole) {
@@ -137,28 +131,32 @@ TEST_F(AoChannelTest, EnablesOnceAndDisablesWhole) {
     EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 12)); // never enabled
     device().clearCalls();
     EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 12));
-    EXPECT_EQ((Commands{0xC04C6D0A, 0xC04C6D14, enableCommand}), device().commands());
-    const Bytes block = device().callsOf(0xC04C6D0A).at(0).record;
+    EXPECT_EQ(
+        (Commands{driverCommand::mmzAlloc, driverCommand::mmzMap, driverCommand::aoEnableChn}),
+        device().commands());
+    const Bytes block = device().callsOf(driverCommand::mmzAlloc).at(0).record;
     EXPECT_STREQ("AO(0,12) CirBuf", reinterpret_cast<const char *>(block.data() + 24));
     EXPECT_EQ(3U, device().held().memory);
     EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 12));
     EXPECT_EQ(1U, device().held().blocks);
     device().clearCalls();
     EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 12));
-    EXPECT_EQ((Commands{0x4010580E, 0x4440580F, 0xC04C6D16, 0x404C6D0C, disableCommand}),
-              device().commands());
+    EXPECT_EQ(
+        (Commands{driverCommand::aoSetResampleDebug, driverCommand::aoSetVqeDebug,
+                  driverCommand::mmzUnmap, driverCommand::mmzFree, driverCommand::aoDisableChn}),
+        device().commands());
     Bytes debug(1088);
     std::memcpy(debug.data() + 28, "\x01\x77\x01", 3); // 96001
-    EXPECT_EQ(debug, device().callsOf(0x4440580F).at(0).record);
-    EXPECT_EQ(Bytes(16), device().callsOf(0x4010580E).at(0).record);
+    EXPECT_EQ(debug, device().callsOf(driverCommand::aoSetVqeDebug).at(0).record);
+    EXPECT_EQ(Bytes(16), device().callsOf(driverCommand::aoSetResampleDebug).at(0).record);
 }
 
 TEST_F(AoChannelTest, EnablesWholeOrNotAtAll) {
     configure();
     const auto enable = [] { return HI_MPI_AO_EnableChn(0, 1); };
-    device().answer(0xC04C6D0A, -1);
+    device().answer(driverCommand::mmzAlloc, -1);
     expectOutcomes({{0xA016800C, "alloc mmb fail, len:0\n", enable}});
-    device().reset();
+    device().leaveToDriver(driverCommand::mmzAlloc);
     for (int n = 1; n <= 3; ++n) {
         device().failingMemory = n;
         expectOutcomes({{0xA016800C, "malloc err when enable ao chn!\n", enable}});
@@ -167,7 +165,7 @@ TEST_F(AoChannelTest, EnablesWholeOrNotAtAll) {
     }
     EXPECT_EQ(0, enable());
     // A refusal comes too late: what it had is gone, so the channel counts as disabled.
-    device().answer(disableCommand, 14);
+    device().answer(driverCommand::aoDisableChn, 14);
     EXPECT_EQ(14, HI_MPI_AO_DisableChn(0, 1));
     EXPECT_EQ(0U, device().held().memory);
     const TestFrame frame(1280);

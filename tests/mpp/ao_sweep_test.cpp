@@ -21,6 +21,7 @@ std::int32_t sendSound() {
 
 void nothing() {}
 void enable() {
+    HI_MPI_AO_Enable(0);
     HI_MPI_AO_EnableChn(0, 0);
 }
 void enableWithSound() {
@@ -36,7 +37,7 @@ const Operation operations[] = {
     {"start", nothing, HI_MPI_SYS_Init},
     {"video buffers", nothing, HI_MPI_VB_Init},
     {"enable device", nothing, [] { return HI_MPI_AO_Enable(0); }},
-    {"enable", nothing, [] { return HI_MPI_AO_EnableChn(0, 0); }},
+    {"enable", [] { HI_MPI_AO_Enable(0); }, [] { return HI_MPI_AO_EnableChn(0, 0); }},
     {"disable", enableWithSound, [] { return HI_MPI_AO_DisableChn(0, 0); }},
     {"disable with resampling", enableResampling, [] { return HI_MPI_AO_DisableChn(0, 0); }},
     {"send", enableWithSound, sendSound},
@@ -51,22 +52,21 @@ using AoSweepTest = MppTest;
 
 // A block that is not mapped, unmapped or freed stays allocated.
 bool isBlockCommand(std::uint32_t command) {
-    return command == 0xC04C6D14 || command == 0xC04C6D16 || command == 0x404C6D0C;
+    return command == driverCommand::mmzMap || command == driverCommand::mmzUnmap ||
+           command == driverCommand::mmzFree;
 }
 
 void expectExactSound() {
-    const AIO_ATTR_S attr = {8000, 1, 0, 0, 1, 30, 640, 1, 0};
+    const AIO_ATTR_S attr = attributes(640, AUDIO_SOUND_MODE_MONO);
     ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
+    ASSERT_EQ(0, HI_MPI_AO_Enable(0));
     HI_MPI_AO_DisableReSmp(0, 0);
     HI_MPI_AO_DisableMBC(0, 0);
     EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 0));
     EXPECT_EQ(0U, device().held().memory);
     EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
     Bytes heard;
-    device().answer(0xC0785805, [&](void *record) {
-        heard = periodOf(record, 0);
-        return 0;
-    });
+    device().watch(driverCommand::aoSend, [&](const void *record) { heard = periodOf(record, 0); });
     EXPECT_EQ(0, sendSound());
     EXPECT_EQ(0, sendSound());
     EXPECT_EQ(soundFrame().left, heard);
@@ -78,7 +78,8 @@ TEST_F(AoSweepTest, LeavesTheModuleUsable) {
         int n = 1;
         for (bool failed = true; failed; ++n) {
             device().reset();
-            configure(640, AUDIO_SOUND_MODE_MONO);
+            const AIO_ATTR_S attr = attributes(640, AUDIO_SOUND_MODE_MONO);
+            ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
             messages([&] {
                 operation.prepare();
                 device().clearCalls();
