@@ -17,6 +17,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 std::vector<unsigned> sleeps;
 
 } // namespace
@@ -75,7 +77,6 @@ protected:
 };
 
 TEST_F(AudioOutTest, OpensInOrder) {
-    using namespace driverCommand;
     EXPECT_EQ("", reports(open, 0));
     Commands commands = device().commands();
     std::erase(commands, aoBind);                                      // at a channel's first use
@@ -107,13 +108,13 @@ TEST_F(AudioOutTest, WaitsForTheVideoSide) {
 
 TEST_F(AudioOutTest, WaitsForTheConfigurations) {
     int tries = 0;
-    device().answer(driverCommand::vbGetConfig, [&](void *) { return ++tries < 9 ? -1 : 0; });
+    device().answer(vbGetConfig, [&](void *) { return ++tries < 9 ? -1 : 0; });
     EXPECT_EQ("", reports(open, 0));
     EXPECT_EQ(std::vector<unsigned>(8, 1), sleeps);
-    device().answer(driverCommand::vbGetConfig, 0xABC);
+    device().answer(vbGetConfig, 0xABC);
     expectFailure("hi3516a_ao_open:  hi3516a's VB config is not ready - ErrCode(     ABC) !! \n",
                   open);
-    device().leaveToDriver(driverCommand::vbGetConfig);
+    device().leaveToDriver(vbGetConfig);
     device().board().sys.hasConfig = 0;
     expectFailure("hi3516a_ao_open:  hi3516a's System config is not ready -ErrCode(a0028010)\n",
                   open);
@@ -123,16 +124,16 @@ TEST_F(AudioOutTest, WaitsForTheConfigurations) {
 TEST_F(AudioOutTest, TellsWhatDoesNotOpen) {
     const std::string code = " failed - ErrCode(  a0168009)\n";
     const std::map<std::uint32_t, std::string> cases = {
-        {driverCommand::aoDisable, "hi3516a_ao_close: HI_MPI_AO_Disable" + code},
-        {driverCommand::aoSetAttr, "hi3516a_ao_init_cfg: HI_MPI_AO_SetPubAttr" + code},
-        {driverCommand::acodecReset, "hi3516a_acodec_ctrl: reset audio codec failed\n"},
-        {driverCommand::acodecSetRate, "hi3516a_acodec_ctrl: set audio codec sample rate failed\n"},
-        {driverCommand::acodecSetMute, "hi3516a_acodec_ctrl: set audio codec dacl mute failed \n"},
-        {driverCommand::vbInit, "hi3516a_ao_open:  HI_MPI_VB_Init" + code},
-        {driverCommand::aoEnable, "hi3516a_ao_open:  HI_MPI_AO_Enable" + code},
-        {driverCommand::aoEnableChn, "hi3516a_ao_open:  HI_MPI_AO_EnableChn" + code},
-        {driverCommand::aoSetVolume, "hi3516a_ao_open:  HI_MPI_AO_SetVolume" + code},
-        {driverCommand::sysInit, "hi3516a_ao_open:  HI_MPI_SYS_Init" + code},
+        {aoDisable, "hi3516a_ao_close: HI_MPI_AO_Disable" + code},
+        {aoSetAttr, "hi3516a_ao_init_cfg: HI_MPI_AO_SetPubAttr" + code},
+        {acodecReset, "hi3516a_acodec_ctrl: reset audio codec failed\n"},
+        {acodecSetRate, "hi3516a_acodec_ctrl: set audio codec sample rate failed\n"},
+        {acodecSetMute, "hi3516a_acodec_ctrl: set audio codec dacl mute failed \n"},
+        {vbInit, "hi3516a_ao_open:  HI_MPI_VB_Init" + code},
+        {aoEnable, "hi3516a_ao_open:  HI_MPI_AO_Enable" + code},
+        {aoEnableChn, "hi3516a_ao_open:  HI_MPI_AO_EnableChn" + code},
+        {aoSetVolume, "hi3516a_ao_open:  HI_MPI_AO_SetVolume" + code},
+        {sysInit, "hi3516a_ao_open:  HI_MPI_SYS_Init" + code},
     };
     for (const auto &[command, report] : cases) {
         device().answer(command, static_cast<int>(0xA0168009));
@@ -152,7 +153,7 @@ TEST_F(AudioOutTest, RefusesARateOrWidthThatThereIsNot) {
               "xfer_hi3516a_bit_width:  bit width (32) is not support \n"
               "hi3516a_ao_init_cfg: HI_MPI_AO_SetPubAttr failed - ErrCode(  a0168003)\n",
               reports([] { return hi3516a_ao_init_cfg(0, 96000, 32, 640); }, -1));
-    const auto attr = device().sent<AIO_ATTR_S>(driverCommand::aoSetAttr);
+    const auto attr = device().sent<AIO_ATTR_S>(aoSetAttr);
     EXPECT_EQ(UINT32_MAX, attr.enSamplerate);
     EXPECT_EQ(UINT32_MAX, attr.enBitwidth);
     const std::map<std::int32_t, std::uint32_t> codes = {{8000, 24},  {11025, 24}, {12000, 24},
@@ -168,7 +169,7 @@ TEST_F(AudioOutTest, SplitsEveryWidthSecondChannelFirst) {
     for (const std::uint32_t sample : {1U, 2U, 3U}) {
         ASSERT_EQ(0, audioout_open(0, 0, 8000, static_cast<std::int32_t>(8 * sample), 80));
         std::string heard[2];
-        device().watch(driverCommand::aoSend, [&](const void *record) {
+        device().watch(aoSend, [&](const void *record) {
             for (std::uint32_t k = 0; k < 2; ++k) {
                 const auto side = periodOf<char>(record, k);
                 heard[k].append(side.data(), side.size());
@@ -187,7 +188,7 @@ TEST_F(AudioOutTest, SplitsEveryWidthSecondChannelFirst) {
             EXPECT_EQ(block.substr(2 * i + sample, sample), heard[0].substr(i, sample)) << sample;
         }
     }
-    const auto words = device().sent<std::array<std::uint32_t, 30>>(driverCommand::aoSend);
+    const auto words = device().sent<std::array<std::uint32_t, 30>>(aoSend);
     EXPECT_EQ(2U, words[6]); // the time stamp
     EXPECT_EQ(0U, words[7]);
     EXPECT_EQ(1U, words[8]); // the sequence
@@ -199,26 +200,26 @@ TEST_F(AudioOutTest, ReopensForABlockOfAnotherSize) {
     const std::string refused =
         "hi3516a_ao_pcm_write: HI_MPI_AO_SendFrame failed - ErrCode(  a0168009)\n"
         "audioout_write: hi3516a_ao_pcm_write failed\n";
-    device().answer(driverCommand::aoGetReady, -1); // not ready
+    device().answer(aoGetReady, -1); // not ready
     EXPECT_EQ(refused, reports(write(2560), -1));
     EXPECT_EQ(refused + "hi3516a_ao_frmPt_check:  ao's PtNumPerFrm(640) is non match "
                         "framesize(512)\naudioout_write: reset hi3516a ao attribute\n",
               reports(write(2048), -1));
-    const auto attr = device().callsOf(driverCommand::aoSetAttr).back().as<AIO_ATTR_S>();
+    const auto attr = device().callsOf(aoSetAttr).back().as<AIO_ATTR_S>();
     EXPECT_EQ(512U, attr.u32PtNumPerFrm);
     EXPECT_EQ(8000U, attr.enSamplerate);
     EXPECT_EQ(1U, attr.enBitwidth);
-    device().answer(driverCommand::aoEnableChn, -1);
+    device().answer(aoEnableChn, -1);
     expectFailure("hi3516a_ao_pcm_reset: hi3516a_ao_open failed\n"
                   "audioout_write: hi3516a_ao_pcm_reset failed\n",
                   write(2560));
     // What a reset leaves closed stays so until it is opened again.
-    device().leaveToDriver(driverCommand::aoGetReady);
-    device().leaveToDriver(driverCommand::aoEnableChn);
+    device().leaveToDriver(aoGetReady);
+    device().leaveToDriver(aoEnableChn);
     EXPECT_EQ(std::string::npos, reports(write(2560), -1).find("reset hi3516a ao attribute"));
     ASSERT_EQ(0, open());
     EXPECT_EQ("", reports(write(2560), 0));
-    device().answer(driverCommand::aoDisable, -1);
+    device().answer(aoDisable, -1);
     EXPECT_EQ("hi3516a_ao_close: HI_MPI_AO_Disable failed - ErrCode(  ffffffff)\n"
               "hi3516a_ao_pcm_reset: hi3516a_ao_close failed\n",
               reports([] { return hi3516a_ao_pcm_reset(0, 0, 2048); }, -1));
@@ -232,7 +233,7 @@ TEST_F(AudioOutTest, RefusesBlocksThatCannotBe) {
     EXPECT_TRUE(device().commands().empty());
     for (const std::int32_t size : {-1, -4, INT32_MIN}) {
         hi3516a_ao_pcm_write(0, 0, "", size);
-        EXPECT_TRUE(device().callsOf(driverCommand::aoSend).empty());
+        EXPECT_TRUE(device().callsOf(aoSend).empty());
         expectFailure("hi3516a_ao_pcm_reset: block is no frame of the device\n",
                       [size] { return hi3516a_ao_pcm_reset(0, 0, size); });
     }
@@ -246,11 +247,10 @@ TEST_F(AudioOutTest, RefusesBlocksThatCannotBe) {
     // Attributes that make no sense, and none.
     ASSERT_EQ(0, open());
     for (const auto &[width, channels] : {std::pair(3U, 2U), {1U, 0U}, {2U, UINT32_MAX}}) {
-        device().answerWords(driverCommand::aoGetAttr,
-                             {8000, width, 0, 1, 1, 30, 640, channels, 0});
+        device().answerWords(aoGetAttr, {8000, width, 0, 1, 1, 30, 640, channels, 0});
         reports(write(2560), -1);
     }
-    device().answer(driverCommand::aoGetAttr, 7);
+    device().answer(aoGetAttr, 7);
     const std::string text = reports(write(2560), -1);
     for (const char *function :
          {"hi3516a_ao_pcm_write", "hi3516a_ao_frmPt_check", "hi3516a_ao_pcm_reset"}) {
@@ -274,19 +274,19 @@ TEST_F(AudioOutTest, SetsBothSidesOfTheVolume) {
 }
 
 TEST_F(AudioOutTest, EndsACodecRequestAtItsFirstFailure) {
-    device().answer(driverCommand::acodecReset, 5); // more than 0 is no failure
+    device().answer(acodecReset, 5); // more than 0 is no failure
     const ACODEC_CTRL_REQUEST request = {0x1 | 0x2 | 0x40, 96000, 1, 0};
     const std::size_t descriptors = device().held().descriptors;
     EXPECT_EQ("hi3516a_acodec_ctrl_samprate: audio codec not support enSample\n"
               "hi3516a_acodec_ctrl: set audio codec sample rate failed\n",
               reports([&] { return hi3516a_acodec_ctrl(&request); }, -1));
-    EXPECT_EQ(Commands{driverCommand::acodecReset}, device().commands());
+    EXPECT_EQ(Commands{acodecReset}, device().commands());
     EXPECT_EQ(descriptors, device().held().descriptors);
 }
 
 TEST_F(AudioOutTest, ClearsTheChannel) {
     EXPECT_EQ("", reports([] { return audioout_clear_audio_buffer(0, 0); }, 0));
-    device().answer(driverCommand::aoClearChn, 3);
+    device().answer(aoClearChn, 3);
     EXPECT_EQ("hi3516a_ao_clear_audio_buffer: HI_MPI_AO_ClearChnBuf failed - ErrCode(         3)\n"
               "audioout_clear_audio_buffer: hi3516a_ao_clear_audio_buffer failed !\n",
               reports([] { return audioout_clear_audio_buffer(0, 0); }, -1));

@@ -5,6 +5,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 TEST(CodecName, BecomesAFourCharacterCode) {
     for (const auto &[text, expected] :
          {std::pair("g711", codeG711), {"G711A", codeG711}, {"aac", 0x20434141U}}) {
@@ -45,7 +47,7 @@ TEST_F(ConfigTest, TurnsVolumeIntoGain) {
             << out;
         EXPECT_EQ(isTaken, !out.ends_with("[voxo] src/voxo:#: Set audio volume failed!\n"));
         EXPECT_EQ(isTaken ? "" : "warning Set audio volume failed!\n", takeSystemLog());
-        const auto sent = device().callsOf(driverCommand::acodecSetLeftVolume).back();
+        const auto sent = device().callsOf(acodecSetLeftVolume).back();
         EXPECT_EQ(gain, sent.as<std::int32_t>());
     }
     voxoContext.audioclipCapability = 0;

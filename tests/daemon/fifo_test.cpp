@@ -12,6 +12,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 std::string message(unsigned char type, const std::string &body, unsigned char header = 4) {
     std::string bytes = {static_cast<char>(type), static_cast<char>(header),
                          static_cast<char>(body.size() & 0xFF),
@@ -79,7 +81,7 @@ TEST_F(FifoTest, ObeysControlMessages) {
     EXPECT_EQ("Get control message!!\nGet start!!\nGet stop!!\n",
               outputFor(control(start + other + stop)));
     EXPECT_EQ(0, clipStart);
-    EXPECT_EQ(1U, device().callsOf(driverCommand::aoClearChn).size()); // the output is cleared
+    EXPECT_EQ(1U, device().callsOf(aoClearChn).size()); // the output is cleared
     EXPECT_EQ((std::vector<std::string>{"set NameValue 99 0 0\nstatus_audioclip_playing=0"}),
               tessel.requests());
     quitRequested = 1; // nobody is told of a stop any more

@@ -14,6 +14,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 // Sets the flag as a signal handler does, which is no thread's doing.
 [[gnu::no_sanitize_thread]] void requestQuit() {
     quitRequested = 1;
@@ -36,7 +38,7 @@ protected:
 TEST_F(LoopTest, AllocatesNothingBetweenTheFirstRecordAndTheEnd) {
     device().keepsCalls = false;
     std::atomic<int> played{0};
-    device().watch(driverCommand::aoSend, [&played](const void *) { ++played; });
+    device().watch(aoSend, [&played](const void *) { ++played; });
     const Record record = audioRecord(std::vector<std::uint8_t>(640, 0x33));
     std::thread sender([&] {
         for (int i = 0; i < 200; ++i) {

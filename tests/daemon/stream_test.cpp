@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 class StreamTest : public DaemonTest {
 protected:
     // Handles a record as if it had just been received; what earlier ones left in the buffer stays.
@@ -139,7 +141,7 @@ TEST_F(StreamTest, TellsOfWhatFails) {
     EXPECT_TRUE(reportOf(audioRecord(payload_))
                     .ends_with("[voxo] src/voxo:#: src/voxo:#: decode failed!\n"));
     quietly(lawInfo("ULAW"));
-    device().answer(driverCommand::aoGetReady, -1);
+    device().answer(aoGetReady, -1);
     EXPECT_TRUE(reportOf(audioRecord(payload_))
                     .ends_with("[voxo] src/voxo:#: src/voxo:#: write audio error\n"));
     // A decoder that cannot be set up stops the daemon.

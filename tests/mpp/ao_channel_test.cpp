@@ -4,6 +4,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 using AoChannelTest = MppTest;
 
 // An operation of a device and channel, its further arguments 0.
@@ -61,13 +63,16 @@ TEST_F(AoChannelTest, ChecksItsArgumentsFirst) {
 TEST_F(AoChannelTest, PassesWordsToTheDriver) {
     const AIO_ATTR_S attr = attributes(512);
     const std::map<std::uint32_t, Operation> operations = {
-        {driverCommand::aoEnable, ofDevice(HI_MPI_AO_Enable)},
-        {driverCommand::aoDisable, ofDevice(HI_MPI_AO_Disable)},
-        {driverCommand::aoClearAttr, ofDevice(HI_MPI_AO_ClrPubAttr)},
-        {driverCommand::aoPauseChn, ofChannel(HI_MPI_AO_PauseChn)},
-        {driverCommand::aoResumeChn, ofChannel(HI_MPI_AO_ResumeChn)},
-        {driverCommand::aoSetAttr,
-         [&](auto dev, auto) { return HI_MPI_AO_SetPubAttr(dev, &attr); }}};
+        {aoEnable, ofDevice(HI_MPI_AO_Enable)},
+        {aoDisable, ofDevice(HI_MPI_AO_Disable)},
+        {aoClearAttr, ofDevice(HI_MPI_AO_ClrPubAttr)},
+        {aoPauseChn, ofChannel(HI_MPI_AO_PauseChn)},
+        {aoResumeChn, ofChannel(HI_MPI_AO_ResumeChn)},
+        {aoSetTrackMode, ofDevice(HI_MPI_AO_SetTrackMode)},
+        {aoSetClkDir, ofDevice(HI_MPI_AO_SetClkDir)},
+        {aoSetVolume, ofDevice(HI_MPI_AO_SetVolume)},
+        {aoSetMute, [](auto dev, auto) { return HI_MPI_AO_SetMute(dev, 1, nullptr); }},
+        {aoSetAttr, [&](auto dev, auto) { return HI_MPI_AO_SetPubAttr(dev, &attr); }}};
     for (const auto &[command, operation] : operations) {
         device().answer(command, err(0xA0168009));
         EXPECT_EQ(err(0xA0168009), operation(0, 4)) << std::hex << command;
@@ -98,7 +103,7 @@ TEST_F(AoChannelTest, PassesWordsToTheDriver) {
     EXPECT_EQ(0, HI_MPI_AO_GetMute(0, nullptr, &fade));
     EXPECT_EQ(1U, word);
     EXPECT_EQ(5U, fade.au32Word[1]);
-    device().answer(driverCommand::aoGetMute, 3);
+    device().answer(aoGetMute, 3);
     expectOutcomes(
         {{3, "Ao0 Get Mute error\n", [&] { return HI_MPI_AO_GetMute(0, &word, nullptr); }}});
     const AO_DUMP_S dump = {2, "/tmp", "name", 10};
@@ -113,17 +118,17 @@ TEST_F(AoChannelTest, PassesWordsToTheDriver) {
 // Slots are opened when a channel is first used; channels 8 to 11 are used by no other test.
 TEST_F(AoChannelTest, BindsADescriptorOnce) {
     const std::size_t descriptors = device().held().descriptors;
-    device().answer(driverCommand::aoBind, -1);
+    device().answer(aoBind, -1);
     EXPECT_EQ(err(0xA0168010), HI_MPI_AO_GetFd(0, 9));
-    device().leaveToDriver(driverCommand::aoBind);
+    device().leaveToDriver(aoBind);
     device().openAs("/dev/ao", -1);
     EXPECT_EQ(err(0xA0168010), HI_MPI_AO_EnableChn(0, 9));
     EXPECT_EQ(descriptors, device().held().descriptors); // closed again
     device().openAs("/dev/ao", 4711);
     EXPECT_EQ(4711, HI_MPI_AO_GetFd(0, 9));
     EXPECT_EQ(4711, HI_MPI_AO_GetFd(0, 9));
-    EXPECT_EQ(2U, device().callsOf(driverCommand::aoBind).size());
-    EXPECT_EQ(9U, device().sent(driverCommand::aoBind, 1));
+    EXPECT_EQ(2U, device().callsOf(aoBind).size());
+    EXPECT_EQ(9U, device().sent(aoBind, 1));
 }
 
 TEST_F(AoChannelTest, EnablesOnceAndDisablesWhole) {
@@ -131,32 +136,28 @@ TEST_F(AoChannelTest, EnablesOnceAndDisablesWhole) {
     EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 12)); // never enabled
     device().clearCalls();
     EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 12));
-    EXPECT_EQ(
-        (Commands{driverCommand::mmzAlloc, driverCommand::mmzMap, driverCommand::aoEnableChn}),
-        device().commands());
-    const Bytes block = device().callsOf(driverCommand::mmzAlloc).at(0).record;
+    EXPECT_EQ((Commands{mmzAlloc, mmzMap, aoEnableChn}), device().commands());
+    const Bytes block = device().callsOf(mmzAlloc).at(0).record;
     EXPECT_STREQ("AO(0,12) CirBuf", reinterpret_cast<const char *>(block.data() + 24));
     EXPECT_EQ(3U, device().held().memory);
     EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 12));
     EXPECT_EQ(1U, device().held().blocks);
     device().clearCalls();
     EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 12));
-    EXPECT_EQ(
-        (Commands{driverCommand::aoSetResampleDebug, driverCommand::aoSetVqeDebug,
-                  driverCommand::mmzUnmap, driverCommand::mmzFree, driverCommand::aoDisableChn}),
-        device().commands());
+    EXPECT_EQ((Commands{aoSetResampleDebug, aoSetVqeDebug, mmzUnmap, mmzFree, aoDisableChn}),
+              device().commands());
     Bytes debug(1088);
     std::memcpy(debug.data() + 28, "\x01\x77\x01", 3); // 96001
-    EXPECT_EQ(debug, device().callsOf(driverCommand::aoSetVqeDebug).at(0).record);
-    EXPECT_EQ(Bytes(16), device().callsOf(driverCommand::aoSetResampleDebug).at(0).record);
+    EXPECT_EQ(debug, device().callsOf(aoSetVqeDebug).at(0).record);
+    EXPECT_EQ(Bytes(16), device().callsOf(aoSetResampleDebug).at(0).record);
 }
 
 TEST_F(AoChannelTest, EnablesWholeOrNotAtAll) {
     configure();
     const auto enable = [] { return HI_MPI_AO_EnableChn(0, 1); };
-    device().answer(driverCommand::mmzAlloc, -1);
+    device().answer(mmzAlloc, -1);
     expectOutcomes({{0xA016800C, "alloc mmb fail, len:0\n", enable}});
-    device().leaveToDriver(driverCommand::mmzAlloc);
+    device().leaveToDriver(mmzAlloc);
     for (int n = 1; n <= 3; ++n) {
         device().failingMemory = n;
         expectOutcomes({{0xA016800C, "malloc err when enable ao chn!\n", enable}});
@@ -165,7 +166,7 @@ TEST_F(AoChannelTest, EnablesWholeOrNotAtAll) {
     }
     EXPECT_EQ(0, enable());
     // A refusal comes too late: what it had is gone, so the channel counts as disabled.
-    device().answer(driverCommand::aoDisableChn, 14);
+    device().answer(aoDisableChn, 14);
     EXPECT_EQ(14, HI_MPI_AO_DisableChn(0, 1));
     EXPECT_EQ(0U, device().held().memory);
     const TestFrame frame(1280);

@@ -3,12 +3,14 @@
 
 namespace {
 
+using namespace driverCommand;
+
 class AoFrameTest : public MppTest {
 protected:
     AoFrameTest() {
         configure();
         EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
-        device().watch(driverCommand::aoSend, [this](const void *record) {
+        device().watch(aoSend, [this](const void *record) {
             periods_.push_back({periodOf(record, 0), periodOf(record, 1)});
         });
         device().clearCalls();
@@ -26,16 +28,14 @@ TEST_F(AoFrameTest, HandsAFrameOverOneCallLater) {
     const TestFrame first(1280, 1, 1, 3);
     const TestFrame second(1280, 1, 1, 5);
     EXPECT_EQ(0, send(first));
-    EXPECT_EQ(
-        (Commands{driverCommand::aoGetReady, driverCommand::aoGetAttr, driverCommand::aoGetAttr}),
-        device().commands());
+    EXPECT_EQ((Commands{aoGetReady, aoGetAttr, aoGetAttr}), device().commands());
     EXPECT_EQ(0U, periods_.size());
     EXPECT_EQ(0, send(second, -1));
     ASSERT_EQ(1U, periods_.size());
     EXPECT_EQ(first.left, periods_[0].first);
     EXPECT_EQ(first.right, periods_[0].second);
 
-    const auto words = device().sent<std::array<std::uint32_t, 30>>(driverCommand::aoSend);
+    const auto words = device().sent<std::array<std::uint32_t, 30>>(aoSend);
     EXPECT_EQ((std::vector<std::uint32_t>{0x89ABCDEF, 0x01234567, 7, 1280}),
               std::vector(words.begin() + 6, words.begin() + 10));
     EXPECT_EQ(1U, words[0]);
@@ -82,9 +82,9 @@ TEST_F(AoFrameTest, RefusesWhatCannotBePlayed) {
     }
     pretend(attributes(8192));
     EXPECT_EQ(0, plain());
-    device().answer(driverCommand::aoGetAttr, -1);
+    device().answer(aoGetAttr, -1);
     expectOutcomes({{0xA0168007, "can't get aodev0's attribute!\n", plain}});
-    device().answerWords(driverCommand::aoGetReady, {0});
+    device().answerWords(aoGetReady, {0});
     expectOutcomes({{0xA0168009, "", plain}});
     EXPECT_EQ(0U, periods_.size());
 }

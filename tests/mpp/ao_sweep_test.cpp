@@ -4,6 +4,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 struct Operation {
     const char *name;
     std::function<void()> prepare;
@@ -52,8 +54,7 @@ using AoSweepTest = MppTest;
 
 // A block that is not mapped, unmapped or freed stays allocated.
 bool isBlockCommand(std::uint32_t command) {
-    return command == driverCommand::mmzMap || command == driverCommand::mmzUnmap ||
-           command == driverCommand::mmzFree;
+    return command == mmzMap || command == mmzUnmap || command == mmzFree;
 }
 
 void expectExactSound() {
@@ -66,7 +67,7 @@ void expectExactSound() {
     EXPECT_EQ(0U, device().held().memory);
     EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
     Bytes heard;
-    device().watch(driverCommand::aoSend, [&](const void *record) { heard = periodOf(record, 0); });
+    device().watch(aoSend, [&](const void *record) { heard = periodOf(record, 0); });
     EXPECT_EQ(0, sendSound());
     EXPECT_EQ(0, sendSound());
     EXPECT_EQ(soundFrame().left, heard);

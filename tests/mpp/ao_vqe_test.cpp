@@ -2,12 +2,14 @@
 
 namespace {
 
+using namespace driverCommand;
+
 class AoVqeTest : public MppTest {
 protected:
     AoVqeTest() {
         configure(attributes(640, AUDIO_SOUND_MODE_MONO));
         EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
-        device().watch(driverCommand::aoSend, [this](const void *record) {
+        device().watch(aoSend, [this](const void *record) {
             const auto period = periodOf<std::int16_t>(record, 0);
             heard_.insert(heard_.end(), period.begin(), period.end());
         });
@@ -28,36 +30,30 @@ protected:
     std::vector<std::int16_t> heard_;
 };
 
-TEST_F(AoVqeTest, RefusesResamplingWithTheRightWords) {
-    const auto enable = [&](std::uint32_t chn, std::uint32_t rate, std::uint32_t deviceRate = 8000,
-                            std::uint32_t mode = AUDIO_SOUND_MODE_MONO,
-                            std::uint32_t channels = 2) {
-        return [=, this] {
-            pretend(attributes(640, mode, AUDIO_BIT_WIDTH_16, deviceRate, channels));
-            return HI_MPI_AO_EnableReSmp(0, chn, rate);
-        };
+TEST_F(AoVqeTest, RefusesWhatCannotBeResampled) {
+    const auto mono = [](std::uint32_t rate, std::uint32_t channels = 2) {
+        return attributes(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_16, rate, channels);
     };
-    expectOutcomes({
-        {0xA0168005, "AO chn 3 is not enable\n", enable(3, 16000)},
-        {0xA0168003, "AoChn 0 resample in rate:8001 is illegal!\n", enable(0, 8001)},
-        {0xA0168009, "resample out rate is the same as resample in rate, it's not allowed!\n",
-         enable(0, 8000)},
-        {0xA0168003, "resample don't support stereo!\n",
-         enable(0, 16000, 8000, AUDIO_SOUND_MODE_STEREO)},
-        {0xA0168002, "enable resample fail,Aodev0 don't have chn0\n",
-         enable(0, 16000, 8000, AUDIO_SOUND_MODE_MONO, 0)},
-        {0xA0168009, "Resmp is not permit when Ao samplerate is 96000!\n", enable(0, 16000, 96000)},
-        {0xA0168041, "", enable(0, 16000, 0)},
-    });
-    device().answer(driverCommand::aoGetAttr, 5);
+    const struct {
+        std::uint32_t result, chn, rate;
+        AIO_ATTR_S attr;
+    } refusals[] = {{0xA0168005, 3, 16000, mono(8000)},    {0xA0168003, 0, 8001, mono(8000)},
+                    {0xA0168009, 0, 8000, mono(8000)},     {0xA0168003, 0, 16000, attributes()},
+                    {0xA0168002, 0, 16000, mono(8000, 0)}, {0xA0168009, 0, 16000, mono(96000)},
+                    {0xA0168041, 0, 16000, mono(0)}};
+    for (const auto &[result, chn, rate, attr] : refusals) {
+        pretend(attr);
+        const auto enable = [&] { EXPECT_EQ(err(result), HI_MPI_AO_EnableReSmp(0, chn, rate)); };
+        EXPECT_EQ(result == 0xA0168041, messages(enable).empty());
+    }
+    device().answer(aoGetAttr, 5);
     expectOutcomes({{0xA0168007, "can't get aodev0's attribute!\n",
                      [] { return HI_MPI_AO_EnableReSmp(0, 0, 16000); }}});
 }
 
 TEST_F(AoVqeTest, ResamplesWithoutSeams) {
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
-    EXPECT_EQ(16000U,
-              device().sent<AO_RESMP_DBG_S>(driverCommand::aoSetResampleDebug).enInSampleRate);
+    EXPECT_EQ(16000U, device().sent<AO_RESMP_DBG_S>(aoSetResampleDebug).enInSampleRate);
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
     expectOutcomes(
         {{0xA0168009,
@@ -121,13 +117,13 @@ TEST_F(AoVqeTest, DumpsBothSidesUpToTheLimit) {
                      "out: DevId:0, AoChn:0, File: InFilePath/OutFilePath open failed!Please check "
                      "your Filepath!\n",
                      playOn}});
-    device().answer(driverCommand::aoGetDump, -1);
+    device().answer(aoGetDump, -1);
     expectOutcomes({{0, "get ao dumpfile cfg error!\n", playOn}});
     const TemporaryDirectory dir;
     dump = {1, {}, "test", 3};
     dir.path().string().copy(dump.acPath, sizeof dump.acPath - 1);
     EXPECT_EQ(0, HI_MPI_AO_SaveFile(0, 0, &dump));
-    device().leaveToDriver(driverCommand::aoGetDump);
+    device().leaveToDriver(aoGetDump);
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(0, playOn());
     }

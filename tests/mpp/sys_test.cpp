@@ -7,6 +7,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 class SysTest : public testing::Test {
 protected:
     SysTest() { device().reset(); }
@@ -21,19 +23,17 @@ TEST_F(SysTest, StartsAndStopsInOrder) {
     for (int repeated = 0; repeated < 2; ++repeated) {
         device().clearCalls();
         EXPECT_EQ(0, HI_MPI_SYS_Init());
-        EXPECT_EQ((Commands{driverCommand::sysInit, driverCommand::sysGetKernelConfig,
-                            driverCommand::sysGetTuningMode}),
-                  device().commands());
+        EXPECT_EQ((Commands{sysInit, sysGetKernelConfig, sysGetTuningMode}), device().commands());
     }
     EXPECT_EQ(O_RDWR, device().flagsOf("/dev/sys"));
     const std::size_t descriptors = device().held().descriptors;
-    device().answer(driverCommand::sysExit, 5);
+    device().answer(sysExit, 5);
     EXPECT_EQ(5, HI_MPI_SYS_Exit());
     EXPECT_EQ(descriptors, device().held().descriptors); // kept when the kernel stays
-    device().leaveToDriver(driverCommand::sysExit);
+    device().leaveToDriver(sysExit);
     device().clearCalls();
     EXPECT_EQ(0, HI_MPI_SYS_Exit());
-    EXPECT_EQ(Commands{driverCommand::sysExit}, device().commands());
+    EXPECT_EQ(Commands{sysExit}, device().commands());
     EXPECT_EQ(descriptors - 1, device().held().descriptors);
 }
 
@@ -57,15 +57,15 @@ TEST_F(SysTest, TellsWhyItDoesNotStart) {
     device().openAs("/dev/sys", -1);
     expectStart(0xA0028010, "open sys: No such file or directory\n");
     device().reset();
-    device().answer(driverCommand::sysInit, 77);
+    device().answer(sysInit, 77);
     expectStart(77, "");
-    EXPECT_EQ(Commands{driverCommand::sysInit}, device().commands()); // and no module has started
-    device().leaveToDriver(driverCommand::sysInit);
-    device().answer(driverCommand::sysGetKernelConfig, -1);
+    EXPECT_EQ(Commands{sysInit}, device().commands()); // and no module has started
+    device().leaveToDriver(sysInit);
+    device().answer(sysGetKernelConfig, -1);
     expectStart(UINT32_MAX, "System get Kernel Config failed!\nGet Kernel Config failed!\n"
                             "initialize audio mpi failed!\n");
-    device().leaveToDriver(driverCommand::sysGetKernelConfig);
-    device().answer(driverCommand::sysGetTuningMode, -1);
+    device().leaveToDriver(sysGetKernelConfig);
+    device().answer(sysGetTuningMode, -1);
     expectStart(0, "Get mode parameter failed\n");
 }
 
@@ -113,8 +113,7 @@ TEST_F(SysTest, FlushesWholeLines) {
     auto *const virt = reinterpret_cast<void *>(std::uintptr_t{0x40000070});
     EXPECT_EQ(0, HI_MPI_SYS_MflushCache(0x80000070, virt, 0x20));
     using Flush = std::array<std::uint32_t, 3>; // up to the end of what was asked for
-    EXPECT_EQ((Flush{0x80000040, 0x40000040, 0x80}),
-              device().sent<Flush>(driverCommand::sysFlushCache));
+    EXPECT_EQ((Flush{0x80000040, 0x40000040, 0x80}), device().sent<Flush>(sysFlushCache));
     expectOutcomes(
         {{0xA0028006, "Null point \n", [] { return HI_MPI_SYS_MflushCache(0, nullptr, 1); }},
          {0xA0028003, "out: Func: HI_MPI_SYS_MflushCache u32Size can't be 0.\n",
@@ -128,12 +127,12 @@ TEST_F(SysTest, FlushesWholeLines) {
 TEST_F(SysTest, WakesTheTuningThreadUntilItEnds) {
     std::atomic<int> wakes = 0;
     std::atomic<bool> waits = false;
-    device().answerWords(driverCommand::sysGetTuningMode, {1});
-    device().answer(driverCommand::sysWakeTuning, [&](void *) {
+    device().answerWords(sysGetTuningMode, {1});
+    device().answer(sysWakeTuning, [&](void *) {
         ++wakes;
         return 0;
     });
-    device().answer(driverCommand::sysWaitTuning, [&](void *) {
+    device().answer(sysWaitTuning, [&](void *) {
         for (waits = true; wakes < 2;) {
             usleep(1000);
         }
@@ -160,6 +159,7 @@ TEST_F(SysTest, ReachesTheLogDevice) {
     EXPECT_EQ(0, std::memcmp(&level, &kept, sizeof level));
     EXPECT_EQ(0, HI_MPI_LOG_SetWaitFlag(1));
     EXPECT_EQ(1U, device().board().log.waitFlag);
+    EXPECT_EQ((Commands{logSetLevel, logGetLevel, logSetWaitFlag}), device().commands());
     ASSERT_EQ(0, HI_MPI_SYS_Init());
     char text[9] = {};
     EXPECT_EQ(9, HI_MPI_LOG_Read(text, 9));

@@ -2,6 +2,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 class VbTest : public testing::Test {
 protected:
     VbTest() {
@@ -68,7 +70,7 @@ TEST_F(VbTest, HandsOutPoolsAndBlocks) {
         std::array<std::uint32_t, 5> words;
         char zone[16];
     };
-    const auto created = device().sent<Record>(driverCommand::vbCreatePool);
+    const auto created = device().sent<Record>(vbCreatePool);
     EXPECT_EQ((std::array{UINT32_MAX, 4096U, 16U, UINT32_MAX, 0U}), created.words);
     EXPECT_STREQ("a zone whose na", created.zone);
     const std::uint32_t larger = HI_MPI_VB_CreatePool(8192, 2, nullptr);
@@ -77,11 +79,14 @@ TEST_F(VbTest, HandsOutPoolsAndBlocks) {
     EXPECT_EQ(larger, HI_MPI_VB_BlockToPool(second));
     EXPECT_EQ(HI_MPI_VB_BlockToPhysAddr(first) + 8192, HI_MPI_VB_BlockToPhysAddr(second));
     EXPECT_EQ(UINT32_MAX, HI_MPI_VB_GetBlock(larger, 0, nullptr)); // there were two
-    const auto ofPool = device().sent<Record>(driverCommand::vbGetBlock);
+    const auto ofPool = device().sent<Record>(vbGetBlock);
     EXPECT_EQ((std::array{larger, 0U, 0U, UINT32_MAX, 0U}), ofPool.words);
-    const auto ofAny = device().sent<Record>(driverCommand::vbGetBlock, 1);
+    const auto ofAny = device().sent<Record>(vbGetBlock, 1);
     EXPECT_EQ((std::array{UINT32_MAX, 5000U, 0U, UINT32_MAX, 1U}), ofAny.words);
     EXPECT_STREQ("zone", ofAny.zone);
+    EXPECT_EQ((Commands{vbInit, vbCreatePool, vbCreatePool, vbGetBlock, vbGetBlock, vbBlockToPool,
+                        vbBlockToPhys, vbBlockToPhys, vbGetBlock}),
+              device().commands());
     std::uint32_t left[2] = {larger};
     EXPECT_EQ(0, HI_MPI_VB_ReleaseBlock(first));
     EXPECT_EQ(0, HI_MPI_VB_Query(left));
@@ -90,7 +95,9 @@ TEST_F(VbTest, HandsOutPoolsAndBlocks) {
     EXPECT_EQ(0, HI_MPI_VB_ReleaseBlock(second));
     EXPECT_EQ(0, HI_MPI_VB_DestroyPool(larger));
     EXPECT_EQ(0U, HI_MPI_VB_BlockToPhysAddr(second));
+    EXPECT_EQ(vbDestroyPool, device().commands()[13]);
     EXPECT_EQ(0, HI_MPI_VB_InitUserPools(22));
+    EXPECT_EQ(vbInitUser, device().commands().back());
     EXPECT_EQ(1U << 22, device().board().vb.userPools);
     EXPECT_EQ(0, HI_MPI_VB_ExitUserPools(22));
     expectOutcomes(
@@ -114,12 +121,10 @@ TEST(ZoneTest, AllocatesAoBlocks) {
     EXPECT_STREQ("a name of twent", block.name);
     std::memset(virt, 1, 65536);
     EXPECT_EQ(0, VB_FreeAoBlock(phys));
-    EXPECT_EQ((Commands{driverCommand::mmzAlloc, driverCommand::mmzMap, driverCommand::mmzUnmap,
-                        driverCommand::mmzFree}),
-              device().commands());
+    EXPECT_EQ((Commands{mmzAlloc, mmzMap, mmzUnmap, mmzFree}), device().commands());
     EXPECT_EQ(0U, device().held().blocks);
-    device().answer(driverCommand::mmzMap, 0); // says that it has mapped, and has not
-    device().answer(driverCommand::mmzUnmap, 0);
+    device().answer(mmzMap, 0); // says that it has mapped, and has not
+    device().answer(mmzUnmap, 0);
     EXPECT_EQ(-1, VB_AllocAoBlock("x", &phys, &virt, 100));
     EXPECT_EQ(0U, device().held().blocks);
 }
@@ -132,10 +137,10 @@ TEST(ZoneTest, AllocatesSystemBlocks) {
         const std::int32_t result = HI_MPI_SYS_AllocBlock(&phys, &virt, "name", "zone", 4096);
         return result != 0 ? result : HI_MPI_SYS_FreeBlock(phys);
     };
-    for (const auto &[command, verb] : {std::pair(driverCommand::mmzAlloc, "alloc"),
-                                        {driverCommand::mmzMap, "remap"},
-                                        {driverCommand::mmzUnmap, "unmap"},
-                                        {driverCommand::mmzFree, "free"}}) {
+    for (const auto &[command, verb] : {std::pair(mmzAlloc, "alloc"),
+                                        {mmzMap, "remap"},
+                                        {mmzUnmap, "unmap"},
+                                        {mmzFree, "free"}}) {
         device().reset();
         device().answer(command, 6);
         expectOutcomes(
@@ -143,12 +148,13 @@ TEST(ZoneTest, AllocatesSystemBlocks) {
         device().takeBlocksBack();
     }
     device().reset();
-    device().answer(driverCommand::mmzMap, 0);
+    device().answer(mmzMap, 0);
     expectOutcomes({{0xA002800C, "System remap mmz memory failed!\n", allocateAndFree}});
     device().reset();
     EXPECT_EQ(0, allocateAndFree());
     EXPECT_EQ(0U, device().held().blocks);
     for (const bool isCached : {false, true}) {
+        device().clearCalls();
         const auto allocate = isCached ? HI_MPI_SYS_AllocBlockCached : HI_MPI_SYS_AllocBlock;
         ASSERT_EQ(0, allocate(&phys, &virt, "name", "zone", 4096));
         EXPECT_STREQ("zone", device().board().zones.blocks[0].zone);
@@ -156,10 +162,10 @@ TEST(ZoneTest, AllocatesSystemBlocks) {
         EXPECT_EQ(0, HI_MPI_SYS_LookUpBlock(static_cast<char *>(virt) + 16, &found, &cached));
         EXPECT_EQ(phys + 16, found);
         EXPECT_EQ(isCached ? 1U : 0U, cached);
-        device().clearCalls();
         EXPECT_EQ(0, HI_MPI_SYS_FlushBlock(phys, virt, 64));
         EXPECT_EQ(0, HI_MPI_SYS_FlushBlock(0, nullptr, 0)); // all that is cached
-        EXPECT_EQ((Commands{driverCommand::mmzFlushRange, driverCommand::mmzFlushAll}),
+        EXPECT_EQ((Commands{mmzAlloc, isCached ? mmzMapCached : mmzMap, mmzLookUp, mmzFlushRange,
+                            mmzFlushAll}),
                   device().commands());
         EXPECT_EQ(0, HI_MPI_SYS_FreeBlock(phys));
     }
