@@ -32,12 +32,12 @@ protected:
 TEST_F(ConfigTest, TurnsVolumeIntoGain) {
     const struct {
         const char *volume;
-        int read;
-        int gain;
-    } cases[] = {{"0", 0, 91},         {"1", 1, 91},           {"50", 50, 46}, {"100", 100, 0},
-                 {"1000", 1000, -819}, {"99999", 9999, -9008}, {"loud", 0, 91}};
-    voxoContext.audioclipCapability = 1;
-    for (const auto &[volume, read, gain] : cases) {
+        int capability, read, gain;
+    } cases[] = {{"0", 1, 0, 91},         {"1", 1, 1, 91},          {"50", 1, 50, 46},
+                 {"100", 1, 100, 0},      {"100", 0, 100, 30},      {"loud", 1, 0, 91},
+                 {"1000", 1, 1000, -819}, {"99999", 1, 9999, -9008}};
+    for (const auto &[volume, capability, read, gain] : cases) {
+        voxoContext.audioclipCapability = capability;
         publish(volume);
         const bool isTaken = gain >= 0; // by the codec
         const std::string out =
@@ -47,12 +47,8 @@ TEST_F(ConfigTest, TurnsVolumeIntoGain) {
             << out;
         EXPECT_EQ(isTaken, !out.ends_with("[voxo] src/voxo:#: Set audio volume failed!\n"));
         EXPECT_EQ(isTaken ? "" : "warning Set audio volume failed!\n", takeSystemLog());
-        const auto sent = device().callsOf(acodecSetLeftVolume).back();
-        EXPECT_EQ(gain, sent.as<std::int32_t>());
+        EXPECT_EQ(gain, device().callsOf(acodecSetLeftVolume).back().as<std::int32_t>());
     }
-    voxoContext.audioclipCapability = 0;
-    publish("100");
-    EXPECT_EQ("dwVolume = 100, dwGain = 30\n", outputOf([] { voxoSetVolume(&voxoContext); }));
 }
 
 TEST_F(ConfigTest, LearnsTheClipCapability) {

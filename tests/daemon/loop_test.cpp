@@ -2,7 +2,6 @@
 
 #include "src/voxo/process.h"
 #include "tests/daemon/daemon_fixture.h"
-#include "tests/support/allocations.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -15,6 +14,23 @@
 namespace {
 
 using namespace driverCommand;
+
+// Allocations of this thread, from the first call on: known where the program is sanitised.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void *,
+                                                                          std::size_t),
+                                                         void (*onFree)(const volatile void *));
+std::size_t allocationCount() {
+    static thread_local std::size_t allocations;
+    [[maybe_unused]] static const int installed = __sanitizer_install_malloc_and_free_hooks(
+        [](const volatile void *, std::size_t) { ++allocations; }, [](const volatile void *) {});
+    return allocations;
+}
+#else
+std::size_t allocationCount() {
+    return SIZE_MAX;
+}
+#endif
 
 // Sets the flag as a signal handler does, which is no thread's doing.
 [[gnu::no_sanitize_thread]] void requestQuit() {
@@ -36,6 +52,9 @@ protected:
 };
 
 TEST_F(LoopTest, AllocatesNothingBetweenTheFirstRecordAndTheEnd) {
+    if (allocationCount() == SIZE_MAX) {
+        GTEST_SKIP();
+    }
     device().keepsCalls = false;
     std::atomic<int> played{0};
     device().watch(aoSend, [&played](const void *) { ++played; });

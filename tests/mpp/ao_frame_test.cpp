@@ -83,9 +83,9 @@ TEST_F(AoFrameTest, RefusesWhatCannotBePlayed) {
     pretend(attributes(8192));
     EXPECT_EQ(0, plain());
     device().answer(aoGetAttr, -1);
-    expectOutcomes({{0xA0168007, "can't get aodev0's attribute!\n", plain}});
+    expectOutcome(0xA0168007, "can't get aodev0's attribute!\n", plain);
     device().answerWords(aoGetReady, {0});
-    expectOutcomes({{0xA0168009, "", plain}});
+    expectOutcome(0xA0168009, "", plain);
     EXPECT_EQ(0U, periods_.size());
 }
 

@@ -47,18 +47,18 @@ TEST_F(AoVqeTest, RefusesWhatCannotBeResampled) {
         EXPECT_EQ(result == 0xA0168041, messages(enable).empty());
     }
     device().answer(aoGetAttr, 5);
-    expectOutcomes({{0xA0168007, "can't get aodev0's attribute!\n",
-                     [] { return HI_MPI_AO_EnableReSmp(0, 0, 16000); }}});
+    expectOutcome(0xA0168007, "can't get aodev0's attribute!\n",
+                  [] { return HI_MPI_AO_EnableReSmp(0, 0, 16000); });
 }
 
 TEST_F(AoVqeTest, ResamplesWithoutSeams) {
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
     EXPECT_EQ(16000U, device().sent<AO_RESMP_DBG_S>(aoSetResampleDebug).enInSampleRate);
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
-    expectOutcomes(
-        {{0xA0168009,
-          "Resmp has been enable but the resamplerate:44100 not the same as before:16000.\n",
-          [] { return HI_MPI_AO_EnableReSmp(0, 0, 44100); }}});
+    expectOutcome(
+        0xA0168009,
+        "Resmp has been enable but the resamplerate:44100 not the same as before:16000.\n",
+        [] { return HI_MPI_AO_EnableReSmp(0, 0, 44100); });
     for (int i = 0; i < 40; ++i) {
         EXPECT_EQ(0, play(333)); // odd frames leave an output point between two of them
     }
@@ -73,10 +73,10 @@ TEST_F(AoVqeTest, ResamplesWithoutSeams) {
 TEST_F(AoVqeTest, RefusesWhatResamplingMakesTooLong) {
     pretend(attributes(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_16, 48000));
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 8000));
-    expectOutcomes({{0xA0168003,
-                     "PointNum after ao resample is:4098, it's biger than MAX_AO_POINT_NUM:4096, "
-                     "or small than 0\n",
-                     [&] { return play(683); }}});
+    expectOutcome(0xA0168003,
+                  "PointNum after ao resample is:4098, it's biger than MAX_AO_POINT_NUM:4096, "
+                  "or small than 0\n",
+                  [&] { return play(683); });
     EXPECT_EQ(0, play(682));
 }
 
@@ -113,12 +113,12 @@ TEST_F(AoVqeTest, DumpsBothSidesUpToTheLimit) {
     EXPECT_EQ(0, HI_MPI_AO_SetVqeAttr(0, 0, &attr));
     EXPECT_EQ(0, HI_MPI_AO_EnableVqe(0, 0));
     const auto playOn = [this] { return play(640); };
-    expectOutcomes({{0,
-                     "out: DevId:0, AoChn:0, File: InFilePath/OutFilePath open failed!Please check "
-                     "your Filepath!\n",
-                     playOn}});
+    expectOutcome(0,
+                  "out: DevId:0, AoChn:0, File: InFilePath/OutFilePath open failed!Please check "
+                  "your Filepath!\n",
+                  playOn);
     device().answer(aoGetDump, -1);
-    expectOutcomes({{0, "get ao dumpfile cfg error!\n", playOn}});
+    expectOutcome(0, "get ao dumpfile cfg error!\n", playOn);
     const TemporaryDirectory dir;
     dump = {1, {}, "test", 3};
     dir.path().string().copy(dump.acPath, sizeof dump.acPath - 1);

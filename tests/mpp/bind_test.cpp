@@ -116,7 +116,7 @@ TEST_F(BindTest, RefusesWithTheRightWords) {
              [] { return SYS_BIND_RegisterSender(nullptr); },
              [] { return SYS_BIND_SendData(24, 0, 0, 0, 0, nullptr); },
              [] { return registerReceiver(30, 1, 1, nullptr); }}) {
-        expectOutcomes({{0xA0028006, "Null point \n", call}});
+        expectOutcome(0xA0028006, "Null point \n", call);
     }
     expectOutcomes({
         {0xA0028003, "ModId:60 is invalid !\n", [&] { return SYS_Bind(&unknown, &destination_); }},
@@ -151,8 +151,8 @@ TEST_F(BindTest, HoldsSixtyFourDestinations) {
         ASSERT_EQ(0, SYS_Bind(&source_, &destination));
     }
     const BIND_CHN_S oneMore = {22, 0, 64};
-    expectOutcomes(
-        {{0xA0028009, "src bind max(64) err!\n", [&] { return SYS_Bind(&source_, &oneMore); }}});
+    expectOutcome(0xA0028009, "src bind max(64) err!\n",
+                  [&] { return SYS_Bind(&source_, &oneMore); });
     send(3);
     EXPECT_EQ(64, received);
 }
@@ -200,8 +200,8 @@ TEST_F(BindTest, OutlivesEitherSide) {
     const BIND_CHN_S wide = {24, 1, 39};
     EXPECT_EQ(0, SYS_Bind(&wide, &destination_));
     EXPECT_EQ(0, SYS_BIND_UnRegisterReceiver(22));
-    expectOutcomes({{0, "Mod 22 have not register !\n",
-                     [&] { return SYS_BIND_SendData(24, 1, 39, 0, 0, &data); }}});
+    expectOutcome(0, "Mod 22 have not register !\n",
+                  [&] { return SYS_BIND_SendData(24, 1, 39, 0, 0, &data); });
     EXPECT_EQ(0, received);
 }
 

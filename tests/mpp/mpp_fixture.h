@@ -35,7 +35,12 @@ std::string messages(Code code) {
            replaced(texts.err, R"(\[Func\]:\w+ \[Line\]:\d+ \[Info\]:)", "");
 }
 
-// A call, what it returns and what it says.
+// Expects of a call what it returns and says.
+inline void expectOutcome(std::uint32_t result, const std::string &message,
+                          const std::function<std::int32_t()> &call) {
+    EXPECT_EQ(message, messages([&] { EXPECT_EQ(err(result), call()); }));
+}
+
 struct Outcome {
     std::uint32_t result;
     std::string message;
@@ -43,9 +48,8 @@ struct Outcome {
 };
 
 inline void expectOutcomes(const std::vector<Outcome> &outcomes) {
-    for (const Outcome &outcome : outcomes) {
-        const auto call = [&] { EXPECT_EQ(err(outcome.result), outcome.call()); };
-        EXPECT_EQ(outcome.message, messages(call));
+    for (const auto &[result, message, call] : outcomes) {
+        expectOutcome(result, message, call);
     }
 }
 

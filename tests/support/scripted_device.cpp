@@ -166,21 +166,10 @@ BoardRegisters &ScriptedDevice::board() const {
     return *state().registers;
 }
 
-void ScriptedDevice::answer(std::uint32_t command, Answer function) {
+void ScriptedDevice::script(std::uint32_t command, Answer answer, Watcher watcher) {
     const Guard guard(state().mutex);
-    state().scripts[command] = std::make_shared<Script>(Script{std::move(function), {}});
-}
-
-void ScriptedDevice::answer(std::uint32_t command, int result) {
-    answerWords(command, {}, result);
-}
-
-void ScriptedDevice::answerWords(std::uint32_t command, std::vector<std::uint32_t> words,
-                                 int result) {
-    answer(command, [words = std::move(words), result](void *record) {
-        std::copy(words.begin(), words.end(), static_cast<std::uint32_t *>(record));
-        return result;
-    });
+    state().scripts[command] =
+        std::make_shared<Script>(Script{std::move(answer), std::move(watcher)});
 }
 
 void ScriptedDevice::leaveToDriver(std::uint32_t command) {
@@ -188,30 +177,27 @@ void ScriptedDevice::leaveToDriver(std::uint32_t command) {
     state().scripts.erase(command);
 }
 
-void ScriptedDevice::watch(std::uint32_t command, Watcher watcher) {
-    const Guard guard(state().mutex);
-    state().scripts[command] = std::make_shared<Script>(Script{{}, std::move(watcher)});
-}
-
 void ScriptedDevice::openAs(const std::string &path, int fd) {
     const Guard guard(state().mutex);
     state().chosen[path] = fd;
 }
 
-std::vector<std::uint32_t> ScriptedDevice::commands() const {
+std::vector<DeviceCall> ScriptedDevice::calls() const {
     const Guard guard(state().mutex);
+    return state().calls;
+}
+
+std::vector<std::uint32_t> ScriptedDevice::commands() const {
     std::vector<std::uint32_t> commands;
-    for (const DeviceCall &call : state().calls) {
+    for (const DeviceCall &call : calls()) {
         commands.push_back(call.command);
     }
     return commands;
 }
 
 std::vector<DeviceCall> ScriptedDevice::callsOf(std::uint32_t command) const {
-    const Guard guard(state().mutex);
-    std::vector<DeviceCall> found;
-    std::copy_if(state().calls.begin(), state().calls.end(), std::back_inserter(found),
-                 [command](const DeviceCall &call) { return call.command == command; });
+    std::vector<DeviceCall> found = calls();
+    std::erase_if(found, [command](const DeviceCall &call) { return call.command != command; });
     return found;
 }
 

@@ -5,6 +5,7 @@
 #include "tests/support/driver_commands.h"
 #include "vcam/board/registers.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -40,13 +41,20 @@ public:
 
     // Answers a command in the driver's place by a function (of the record, which may be changed),
     // by a plain result, or by words that the record's first ones become.
-    void answer(std::uint32_t command, Answer answer);
-    void answer(std::uint32_t command, int result);
-    void answerWords(std::uint32_t command, std::vector<std::uint32_t> words, int result = 0);
+    void answer(std::uint32_t command, Answer answer) { script(command, std::move(answer), {}); }
+    void answer(std::uint32_t command, int result) {
+        answer(command, [result](void *) { return result; });
+    }
+    void answerWords(std::uint32_t command, const std::vector<std::uint32_t> &words) {
+        answer(command, [words](void *record) {
+            std::copy(words.begin(), words.end(), static_cast<std::uint32_t *>(record));
+            return 0;
+        });
+    }
 
     // Leaves a command to its driver; a watcher sees the records of those that succeed.
     void leaveToDriver(std::uint32_t command);
-    void watch(std::uint32_t command, Watcher watcher);
+    void watch(std::uint32_t command, Watcher watcher) { script(command, {}, std::move(watcher)); }
 
     // Lets the open of a path yield a descriptor of one's choice; -1: it fails.
     void openAs(const std::string &path, int fd);
@@ -80,6 +88,10 @@ public:
     int failingMemory = 0;
     bool keepsCalls = true;                                  // else they are just answered
     std::vector<std::pair<std::size_t, std::uint64_t>> maps; // length and offset
+
+private:
+    void script(std::uint32_t command, Answer answer, Watcher watcher);
+    std::vector<DeviceCall> calls() const;
 };
 
 // The device that the door leads to.
