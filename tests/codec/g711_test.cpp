@@ -77,8 +77,8 @@ TEST_F(G711Test, FollowsThePayloadSize) {
 }
 
 TEST_F(G711Test, ReleasesOnce) {
-    const std::string out = outputOf([&] { EXPECT_EQ(0, ops_.release(&ops_.codecDesc->handle)); });
-    EXPECT_EQ("src/voxo_g711:#: G.711Dec released!\n", out);
+    EXPECT_EQ("src/voxo_g711:#: G.711Dec released!\n",
+              outputOf([&] { EXPECT_EQ(0, ops_.release(&ops_.codecDesc->handle)); }));
     EXPECT_EQ("", outputOf([&] { EXPECT_EQ(-1, ops_.release(&ops_.codecDesc->handle)); }));
     outputOf([&] { EXPECT_EQ(-1, ops_.reset(nullptr)); });
 }

@@ -2,7 +2,6 @@
 
 #include "tests/daemon/daemon_fixture.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <utility>
@@ -158,15 +157,11 @@ TEST_F(StreamTest, TellsOfWhatFails) {
 TEST_F(StreamTest, MakesTheSocket) {
     const std::filesystem::path path = dir_.path() / "stream";
     std::ofstream(path) << "stale";
-    const int fd = voxoCreateStreamSocket(path.c_str());
-    ASSERT_GE(fd, 0);
-    struct stat status = {};
-    lstat(path.c_str(), &status);
-    EXPECT_TRUE(S_ISSOCK(status.st_mode));
-    EXPECT_EQ(0666U, status.st_mode & 0777);
+    const UniqueFd fd(voxoCreateStreamSocket(path.c_str()));
+    EXPECT_TRUE(std::filesystem::is_socket(path));
+    EXPECT_EQ(std::filesystem::perms(0666), std::filesystem::status(path).permissions());
     char byte = 0;
-    EXPECT_EQ(-1, read(fd, &byte, 1)); // does not wait
-    close(fd);
+    EXPECT_EQ(-1, read(fd.get(), &byte, 1)); // does not wait
     EXPECT_EQ("", outputOf([] { EXPECT_EQ(-1, voxoCreateStreamSocket("")); }));
     EXPECT_EQ("cannot create /no/such/dir/s (2).No such file or directory\n",
               outputOf([] { EXPECT_EQ(-1, voxoCreateStreamSocket("/no/such/dir/s")); }));

@@ -13,8 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
 namespace {
 
-// The bytes with one to three wounds: a part taken out, or replaced by a byte, by another part or
-// by a number that matters to some size, of its own length or not.
+// The bytes with one to three wounds: nothing, a byte, a part or a number that matters to some size
+// put in front of what is there, or in its place, or in that of all that follows.
 std::string damaged(std::string bytes, Random &random) {
     const auto below = [&](std::size_t end) { return std::size_t{random.below(end)}; };
     for (std::size_t wounds = 1 + below(3); wounds > 0 && !bytes.empty(); --wounds) {
@@ -28,7 +28,8 @@ std::string damaged(std::string bytes, Random &random) {
                                      "",                                           // nothing
                                      {reinterpret_cast<const char *>(&number), sizeof number}};
         const std::string &part = parts[below(std::size(parts))];
-        bytes.replace(at, below(3) == 0 ? below(20) : part.size(), part);
+        const std::size_t gone[] = {0, part.size(), below(20), bytes.size()};
+        bytes.replace(at, gone[below(std::size(gone))], part);
     }
     return bytes;
 }
