@@ -47,19 +47,19 @@ TEST_F(AoChannelTest, ChecksItsArgumentsFirst) {
         expectOutcome(0xA0168002, "ao chnid 16 is invalid\n", [&] { return operation(0, 16); });
     }
     EXPECT_EQ(Commands{}, device().commands());
-    for (const auto &[operation, subject] :
-         {// whose further arguments must not be null
-          std::pair(ofDevice(HI_MPI_AO_GetPubAttr), "the AIO_ATTR_S pointer for AoDev0 is NULL!"),
-          {ofDevice(HI_MPI_AO_GetTrackMode), "the penTrackMode pointer for AoDev0 is NULL!"},
-          {ofDevice(HI_MPI_AO_GetMute), "Both pbEnable and pstFade pointer for  AoDev0 are NULL!"},
-          {ofDevice(HI_MPI_AO_GetVolume), "the ps32VolumeDb pointer for Ao0 is NULL!"},
-          {ofChannel(HI_MPI_AO_QueryChnStat), "the AO_CHN_STATE_S pointer for AoDev0 is NULL!"},
-          {ofDevice(HI_MPI_AO_GetClkDir), ""},
-          {ofChannel(HI_MPI_AO_SaveFile), ""},
-          {ofChannel(HI_MPI_AO_QueryFileStatus), ""},
-          {ofChannel(MPI_AO_SetResmpDbgInfo), ""}}) {
-        const std::string report = messages([&] { EXPECT_EQ(err(0xA0168006), operation(0, 0)); });
-        EXPECT_TRUE(report == subject + std::string("\n") || report == subject) << report;
+    // Further arguments that must not be null.
+    for (const Operation &operation :
+         {ofDevice(HI_MPI_AO_GetPubAttr), ofDevice(HI_MPI_AO_GetTrackMode),
+          ofDevice(HI_MPI_AO_GetMute), ofDevice(HI_MPI_AO_GetVolume),
+          ofChannel(HI_MPI_AO_QueryChnStat)}) {
+        const std::string text = messages([&] { EXPECT_EQ(err(0xA0168006), operation(0, 0)); });
+        EXPECT_TRUE(text.starts_with("the ") || text.starts_with("Both ")) << text;
+        EXPECT_TRUE(text.ends_with(" NULL!\n")) << text;
+    }
+    for (const Operation &operation :
+         {ofDevice(HI_MPI_AO_GetClkDir), ofChannel(HI_MPI_AO_SaveFile),
+          ofChannel(HI_MPI_AO_QueryFileStatus), ofChannel(MPI_AO_SetResmpDbgInfo)}) {
+        expectOutcome(0xA0168006, "", [&] { return operation(0, 0); });
     }
     const std::string report = errorsOf([] { HI_MPI_AO_Enable(2); });
     EXPECT_TRUE(report.starts_with("[Func]:HI_MPI_AO_Enable [Line]:")) << report;

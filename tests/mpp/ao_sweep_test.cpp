@@ -75,17 +75,17 @@ void expectExactSound() {
 }
 
 TEST_F(AoSweepTest, LeavesTheModuleUsable) {
-    for (const auto &[name, prepare, run] : operations) {
+    for (const Operation &operation : operations) {
         for (int n = 1, isMemory = 0; isMemory < 2; ++n) {
             int &countdown = isMemory != 0 ? device().failingMemory : device().failingCommand;
             device().reset();
             const AIO_ATTR_S attr = attributes(640, AUDIO_SOUND_MODE_MONO);
             ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
             messages([&] {
-                prepare();
+                operation.prepare();
                 device().clearCalls();
                 countdown = n;
-                run();
+                operation.run();
             });
             const bool failed = countdown == 0;
             const bool ofBlock =
@@ -96,9 +96,10 @@ TEST_F(AoSweepTest, LeavesTheModuleUsable) {
             // What the zones' driver does not take back stays with it, and nothing else does.
             EXPECT_EQ(ofBlock ? 1U : 0U, device().held().blocks);
             device().takeBlocksBack();
-            ASSERT_FALSE(HasFailure()) << name << ", " << n << (isMemory != 0 ? " memory" : "");
+            ASSERT_FALSE(HasFailure())
+                << operation.name << ", " << n << (isMemory != 0 ? " memory" : "");
             if (!failed) {
-                EXPECT_GT(n + isMemory, 1) << name;
+                EXPECT_GT(n + isMemory, 1) << operation.name;
                 n = 0;
                 ++isMemory;
             }

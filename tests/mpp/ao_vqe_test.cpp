@@ -41,10 +41,12 @@ TEST_F(AoVqeTest, RefusesWhatCannotBeResampled) {
                     {0xA0168009, 0, 8000, mono(8000)},     {0xA0168003, 0, 16000, attributes()},
                     {0xA0168002, 0, 16000, mono(8000, 0)}, {0xA0168009, 0, 16000, mono(96000)},
                     {0xA0168041, 0, 16000, mono(0)}};
-    for (const auto &[result, chn, rate, attr] : refusals) {
-        pretend(attr);
-        const auto enable = [&] { EXPECT_EQ(err(result), HI_MPI_AO_EnableReSmp(0, chn, rate)); };
-        EXPECT_EQ(result == 0xA0168041, messages(enable).empty());
+    for (const auto &refusal : refusals) {
+        pretend(refusal.attr);
+        const std::string text = messages([&] {
+            EXPECT_EQ(err(refusal.result), HI_MPI_AO_EnableReSmp(0, refusal.chn, refusal.rate));
+        });
+        EXPECT_EQ(refusal.result == 0xA0168041, text.empty());
     }
     device().answer(aoGetAttr, 5);
     expectOutcome(0xA0168007, "can't get aodev0's attribute!\n",

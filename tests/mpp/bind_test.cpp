@@ -148,10 +148,10 @@ TEST_F(BindTest, RefusesWithTheRightWords) {
         {0xA0028009, "Mod 22 have register !\n",
          [] { return registerReceiver(22, 1, 16, receive); }},
     });
-    for (const auto &[devices, channels] : {std::pair(1U, 0U), {0x10000U, 0x10000U}}) {
-        messages(
-            [&] { EXPECT_EQ(err(0xA0028003), registerReceiver(30, devices, channels, receive)); });
-    }
+    messages([] {
+        EXPECT_EQ(err(0xA0028003), registerReceiver(30, 1, 0, receive));
+        EXPECT_EQ(err(0xA0028003), registerReceiver(30, 0x10000, 0x10000, receive));
+    });
     EXPECT_EQ(1 << 1, send(3)); // and the binding stands
 }
 
