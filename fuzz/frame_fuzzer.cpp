@@ -26,11 +26,10 @@ void followScript() {
     script = {{8000, 1, 0, 0, 1, 30, 640, 2, 0}, 9, 0, false};
     device().reset();
     device().keepsCalls = false;
-    device().answer(0x80245802, [](void *record) { // the attributes
-        std::memcpy(record, script.attr, sizeof script.attr);
-        return 0;
-    });
-    device().answer(aoSendCommand, [](void *record) {
+    const AIO_ATTR_S attr = attributes();
+    require(HI_MPI_AO_SetPubAttr(0, &attr) == 0 && HI_MPI_AO_Enable(0) == 0, "there is a device");
+    device().answer(driverCommand::aoGetAttr, telling(script.attr));
+    device().answer(driverCommand::aoSend, [](void *record) {
         auto *const words = static_cast<std::uint32_t *>(record);
         for (std::uint32_t k = 0; k <= words[1]; ++k) {
             require(periodOf(record, k).size() <= AO_PERIOD_MAX, "a period is not too long");
@@ -52,8 +51,8 @@ void send(Input &input) {
 } // namespace
 
 void fuzz(Input input) {
-    followScript();
     static const std::int32_t started = HI_MPI_SYS_Init();
+    followScript();
     require(started == 0 && HI_MPI_AO_EnableChn(0, 0) == 0, "the channel can be enabled");
     for (std::uint32_t acts = input.below(64); acts > 0; --acts) {
         const std::uint32_t act = input.below(20);
@@ -69,7 +68,7 @@ void fuzz(Input input) {
             send(input);
         }
     }
-    device().reset();
+    followScript();
     HI_MPI_AO_DisableChn(0, 0);
     require(device().held().blocks == 0 && device().held().memory == 0, "nothing stays allocated");
     AoModel model([&](std::uint32_t end) { return input.below(end); });

@@ -1,5 +1,6 @@
 #include "audioout/audioout.h"
 
+#include "audioout/acodec_record.h"
 #include "audioout/hi3516a_acodec_ctrl.h"
 #include "audioout/hi3516a_ao.h"
 #include "mpp/include/mpp_ao.h"
@@ -14,8 +15,13 @@
 #include <array>
 #include <fstream>
 #include <map>
+#include <utility>
 
 namespace {
+
+using namespace driverCommand;
+
+static_assert(ACODEC_CMD_SET_DACR_VOLUME == acodecSetRightVolume); // sent by no test by name
 
 std::vector<unsigned> sleeps;
 
@@ -27,10 +33,6 @@ INTERPOSE(unsigned, sleep, (unsigned seconds)) {
 }
 
 namespace {
-
-constexpr std::uint32_t setAttr = 0x40245801;
-constexpr std::uint32_t getAttr = 0x80245802;
-constexpr std::uint32_t sendCommand = 0xC0785805;
 
 using Commands = std::vector<std::uint32_t>;
 
@@ -59,6 +61,13 @@ protected:
         return replaced(text, R"(\[Func\]:(\w+) \[Line\]:# \[Info\]:)", "$1: ");
     }
 
+    // Expects a call to fail, and to report this among its texts.
+    template <typename Call>
+    static void expectFailure(const std::string &report, Call call) {
+        const std::string text = reports(call, -1);
+        EXPECT_NE(std::string::npos, text.find(report)) << report << '\n' << text;
+    }
+
     // A call that writes a silent block.
     static auto write(std::int32_t size) {
         return [size] {
@@ -67,25 +76,6 @@ protected:
         };
     }
 
-    // Keeps what each side of the periods from now on holds.
-    void listen() {
-        device().answer(sendCommand, [this](void *record) {
-            for (std::uint32_t k = 0; k < 2; ++k) {
-                const auto side = periodOf<char>(record, k);
-                heard_[k].append(side.data(), side.size());
-            }
-            return 0;
-        });
-    }
-
-    // Sets other attributes for an output that is open, with nothing queued.
-    static void configure(std::uint32_t width, std::uint32_t points) {
-        const AIO_ATTR_S attr = {8000, width, 0, 1, 1, 30, points, 2, 0};
-        ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
-        ASSERT_EQ(0, HI_MPI_AO_ClearChnBuf(0, 0));
-    }
-
-    std::string heard_[2];
     TemporaryDirectory dir_;
     RedirectedPaths paths_{dir_.path()};
 };
@@ -93,20 +83,21 @@ protected:
 TEST_F(AudioOutTest, OpensInOrder) {
     EXPECT_EQ("", reports(open, 0));
     Commands commands = device().commands();
-    std::erase(commands, 0x40045800U);                      // binding, at a channel's first use
-    EXPECT_EQ((Commands{0x00005900, 0x8008590E, 0x80045918, // platform
-                        0x00005804,                         // an earlier use is shut
-                        setAttr, 0x00004100, 0xC0044106, 0xC0044112,    // attributes, codec
-                        0x81844209, 0x80045903, 0x00004207,             // configurations
-                        0x00005900, 0x8008590E, 0x80045918, 0x00005803, // enable
-                        0xC04C6D0A, 0xC04C6D14, 0x00005806, 0x40045814}),
+    std::erase(commands, aoBind);                                      // at a channel's first use
+    EXPECT_EQ((Commands{sysInit, sysGetKernelConfig, sysGetTuningMode, // platform
+                        aoDisable,                                     // an earlier use is shut
+                        aoSetAttr, acodecReset, acodecSetRate, acodecSetMute, vbGetConfig,
+                        sysGetConfig, vbInit, // what the video side has set up
+                        sysInit, sysGetKernelConfig, sysGetTuningMode, aoEnable, mmzAlloc, mmzMap,
+                        aoEnableChn, aoSetVolume}),
               commands);
-    const auto attr = device().sent<AIO_ATTR_S>(setAttr);
+    const auto attr = device().sent<AIO_ATTR_S>(aoSetAttr);
     const std::uint32_t expected[] = {8000, 1, 0, 1, 1, 30, 640, 2, 0};
     EXPECT_EQ(0, std::memcmp(&attr, expected, sizeof attr));
-    EXPECT_EQ(24U, device().sent(0xC0044106));
-    EXPECT_EQ(0U, device().sent(0xC0044112));
-    EXPECT_EQ(-2, device().sent<std::int32_t>(0x40045814));
+    const BoardRegisters &board = device().board();
+    EXPECT_EQ(24U, board.acodec.rateCode);
+    EXPECT_EQ(0U, board.acodec.daclMute);
+    EXPECT_EQ(-2, static_cast<std::int32_t>(board.ao.volumeDb));
     EXPECT_TRUE(sleeps.empty());
     EXPECT_EQ("", reports(open, 0)); // closes first
     EXPECT_EQ("", reports([] { return audioout_close(0, 0); }, 0));
@@ -116,109 +107,89 @@ TEST_F(AudioOutTest, OpensInOrder) {
 TEST_F(AudioOutTest, WaitsForTheVideoSide) {
     std::filesystem::remove(dir_.path() / "var/run/venc.pid");
     EXPECT_EQ("", reports(open, 0));
-    EXPECT_EQ(std::vector<unsigned>(30, 2), sleeps);
-}
-
-TEST_F(AudioOutTest, WaitsForTheConfigurations) {
+    EXPECT_EQ(std::vector<unsigned>(30, 2), std::exchange(sleeps, {}));
+    std::ofstream(dir_.path() / "var/run/venc.pid") << "1\n";
     int tries = 0;
-    device().answer(0x81844209, [&](void *) { return ++tries < 9 ? -1 : 0; });
+    device().answer(vbGetConfig, [&](void *) { return ++tries < 9 ? -1 : 0; });
     EXPECT_EQ("", reports(open, 0));
     EXPECT_EQ(std::vector<unsigned>(8, 1), sleeps);
-    device().answer(0x81844209, 0xABC);
-    EXPECT_EQ("hi3516a_ao_open:  hi3516a's VB config is not ready - ErrCode(     ABC) !! \n"
-              "audioout_open: hi3516a_ao_open failed\n",
-              reports(open, -1));
-    device().answer(0x81844209, 0);
-    device().answer(0x80045903, 0xABC);
-    EXPECT_EQ("hi3516a_ao_open:  hi3516a's System config is not ready -ErrCode(     abc)\n"
-              "audioout_open: hi3516a_ao_open failed\n",
-              reports(open, -1));
+    device().answer(vbGetConfig, 0xABC);
+    expectFailure("hi3516a_ao_open:  hi3516a's VB config is not ready - ErrCode(     ABC) !! \n",
+                  open);
+    device().leaveToDriver(vbGetConfig);
+    device().board().sys.hasConfig = 0;
+    expectFailure("hi3516a_ao_open:  hi3516a's System config is not ready -ErrCode(a0028010)\n",
+                  open);
 }
 
 // Every command that may fail while the output opens, and what is said then.
 TEST_F(AudioOutTest, TellsWhatDoesNotOpen) {
-    const std::string openFailed = "audioout_open: hi3516a_ao_open failed\n";
-    const std::string initFailed = "hi3516a_ao_init_cfg: Configure audio codec failed\n"
-                                   "audioout_open: hi3516a_ao_init_cfg failed\n";
-    const auto step = [&](const char *call) {
-        return std::string("hi3516a_ao_open:  ") + call + " failed - ErrCode(  a0168009)\n" +
-               openFailed;
-    };
+    const std::string code = " failed - ErrCode(  a0168009)\n";
     const std::map<std::uint32_t, std::string> cases = {
-        {0x00005804, "hi3516a_ao_close: HI_MPI_AO_Disable failed - ErrCode(  a0168009)\n"
-                     "audioout_open: hi3516a_ao_close failed\n"},
-        {setAttr, "hi3516a_ao_init_cfg: HI_MPI_AO_SetPubAttr failed - ErrCode(  a0168009)\n"
-                  "audioout_open: hi3516a_ao_init_cfg failed\n"},
-        {0x00004100, "hi3516a_acodec_ctrl_reset: reset audio codec error\n"
-                     "hi3516a_acodec_ctrl: reset audio codec failed\n" +
-                         initFailed},
-        {0xC0044106, "hi3516a_acodec_ctrl_samprate: set audio codec sample rate failed\n"
-                     "hi3516a_acodec_ctrl: set audio codec sample rate failed\n" +
-                         initFailed},
-        {0xC0044112, "hi3516a_acodec_ctrl_dacl_mute: set audio codec dacl mute failed\n"
-                     "hi3516a_acodec_ctrl: set audio codec dacl mute failed \n" +
-                         initFailed},
-        {0x00004207, step("HI_MPI_VB_Init")},
-        {0x00005803, step("HI_MPI_AO_Enable")},
-        {0x00005806, step("HI_MPI_AO_EnableChn")},
-        {0x40045814, step("HI_MPI_AO_SetVolume")},
-        {0x00005900, "HI_MPI_SYS_Init fail\n" + step("HI_MPI_SYS_Init")},
+        {aoDisable, "hi3516a_ao_close: HI_MPI_AO_Disable" + code},
+        {aoSetAttr, "hi3516a_ao_init_cfg: HI_MPI_AO_SetPubAttr" + code},
+        {acodecReset, "hi3516a_acodec_ctrl: reset audio codec failed\n"},
+        {acodecSetRate, "hi3516a_acodec_ctrl: set audio codec sample rate failed\n"},
+        {acodecSetMute, "hi3516a_acodec_ctrl: set audio codec dacl mute failed \n"},
+        {vbInit, "hi3516a_ao_open:  HI_MPI_VB_Init" + code},
+        {aoEnable, "hi3516a_ao_open:  HI_MPI_AO_Enable" + code},
+        {aoEnableChn, "hi3516a_ao_open:  HI_MPI_AO_EnableChn" + code},
+        {aoSetVolume, "hi3516a_ao_open:  HI_MPI_AO_SetVolume" + code},
+        {sysInit, "hi3516a_ao_open:  HI_MPI_SYS_Init" + code},
     };
-    for (const auto &[command, expected] : cases) {
+    for (const auto &[command, report] : cases) {
         device().answer(command, static_cast<int>(0xA0168009));
-        EXPECT_EQ(expected, reports(open, -1)) << std::hex << command;
-        device().answer(command, 0);
-        if (command == setAttr) {
-            device().reset();
-        }
+        expectFailure(report, open);
+        device().leaveToDriver(command);
     }
     EXPECT_EQ("", reports(open, 0));
     device().openAs("/dev/acodec", -1);
-    EXPECT_EQ("hi3516a_acodec_ctrl: can't open codec\n" + initFailed, reports(open, -1));
+    expectFailure("hi3516a_acodec_ctrl: can't open codec\n"
+                  "hi3516a_ao_init_cfg: Configure audio codec failed\n",
+                  open);
 }
 
 TEST_F(AudioOutTest, RefusesARateOrWidthThatThereIsNot) {
-    device().answer(setAttr, -1); // as a driver does
     EXPECT_EQ("xfer_hi3516a_samp_rate:  sample rate (96000) is not support \n"
               "xfer_hi3516a_bit_width:  bit width (32) is not support \n"
-              "hi3516a_ao_init_cfg: HI_MPI_AO_SetPubAttr failed - ErrCode(  ffffffff)\n",
+              "hi3516a_ao_init_cfg: HI_MPI_AO_SetPubAttr failed - ErrCode(  a0168003)\n",
               reports([] { return hi3516a_ao_init_cfg(0, 96000, 32, 640); }, -1));
-    const auto attr = device().sent<AIO_ATTR_S>(setAttr);
+    const auto attr = device().sent<AIO_ATTR_S>(aoSetAttr);
     EXPECT_EQ(UINT32_MAX, attr.enSamplerate);
     EXPECT_EQ(UINT32_MAX, attr.enBitwidth);
-    device().reset();
     const std::map<std::int32_t, std::uint32_t> codes = {{8000, 24},  {11025, 24}, {12000, 24},
                                                          {16000, 25}, {22050, 25}, {24000, 25},
                                                          {32000, 26}, {44100, 26}, {48000, 26}};
     for (const auto &[rate, code] : codes) {
         EXPECT_EQ(0, hi3516a_ao_init_cfg(0, rate, 16, 640));
-        EXPECT_EQ(code, device().callsOf(0xC0044106).back().as<std::uint32_t>());
+        EXPECT_EQ(code, device().board().acodec.rateCode);
     }
 }
 
 TEST_F(AudioOutTest, SplitsEveryWidthSecondChannelFirst) {
-    ASSERT_EQ(0, open());
-    listen();
-    for (const std::uint32_t width : {0U, 1U, 2U}) {
-        configure(width, 4);
-        const std::uint32_t sample = width + 1;
+    for (const std::uint32_t sample : {1U, 2U, 3U}) {
+        ASSERT_EQ(0, audioout_open(0, 0, 8000, static_cast<std::int32_t>(8 * sample), 80));
+        std::string heard[2];
+        device().watch(aoSend, [&](const void *record) {
+            for (std::uint32_t k = 0; k < 2; ++k) {
+                const auto side = periodOf<char>(record, k);
+                heard[k].append(side.data(), side.size());
+            }
+        });
         std::string block;
-        for (char i = 0; i < static_cast<char>(16 * sample); ++i) {
-            block += i;
-        }
-        for (std::string &side : heard_) {
-            side.clear();
+        for (std::size_t i = 0; i < 512 * sample; ++i) {
+            block += static_cast<char>(i % 251);
         }
         for (int i = 0; i < 2; ++i) {
             EXPECT_EQ(0, audioout_write(0, 0, block.data(), static_cast<int>(block.size())));
         }
-        ASSERT_GE(heard_[0].size(), 4U);
-        for (std::size_t i = 0; i + sample <= heard_[0].size(); i += sample) {
-            EXPECT_EQ(block.substr(2 * i, sample), heard_[1].substr(i, sample)) << width;
-            EXPECT_EQ(block.substr(2 * i + sample, sample), heard_[0].substr(i, sample)) << width;
+        ASSERT_GE(heard[0].size(), 3 * 80U);
+        for (std::size_t i = 0; i + sample <= heard[0].size(); i += sample) {
+            EXPECT_EQ(block.substr(2 * i, sample), heard[1].substr(i, sample)) << sample;
+            EXPECT_EQ(block.substr(2 * i + sample, sample), heard[0].substr(i, sample)) << sample;
         }
     }
-    const auto words = device().sent<std::array<std::uint32_t, 30>>(sendCommand);
+    const auto words = device().sent<std::array<std::uint32_t, 30>>(aoSend);
     EXPECT_EQ(2U, words[6]); // the time stamp
     EXPECT_EQ(0U, words[7]);
     EXPECT_EQ(1U, words[8]); // the sequence
@@ -230,28 +201,26 @@ TEST_F(AudioOutTest, ReopensForABlockOfAnotherSize) {
     const std::string refused =
         "hi3516a_ao_pcm_write: HI_MPI_AO_SendFrame failed - ErrCode(  a0168009)\n"
         "audioout_write: hi3516a_ao_pcm_write failed\n";
-    device().answer(0x8004581B, -1); // not ready
+    device().answer(aoGetReady, -1); // not ready
     EXPECT_EQ(refused, reports(write(2560), -1));
     EXPECT_EQ(refused + "hi3516a_ao_frmPt_check:  ao's PtNumPerFrm(640) is non match "
                         "framesize(512)\naudioout_write: reset hi3516a ao attribute\n",
               reports(write(2048), -1));
-    const auto attr = device().callsOf(setAttr).back().as<AIO_ATTR_S>();
+    const auto attr = device().callsOf(aoSetAttr).back().as<AIO_ATTR_S>();
     EXPECT_EQ(512U, attr.u32PtNumPerFrm);
     EXPECT_EQ(8000U, attr.enSamplerate);
     EXPECT_EQ(1U, attr.enBitwidth);
-    device().answer(0x00005806, -1);
-    const std::string text = reports(write(2560), -1);
-    EXPECT_TRUE(text.ends_with("HI_MPI_AO_EnableChn failed - ErrCode(  ffffffff)\n"
-                               "hi3516a_ao_pcm_reset: hi3516a_ao_open failed\n"
-                               "audioout_write: hi3516a_ao_pcm_reset failed\n"))
-        << text;
+    device().answer(aoEnableChn, -1);
+    expectFailure("hi3516a_ao_pcm_reset: hi3516a_ao_open failed\n"
+                  "audioout_write: hi3516a_ao_pcm_reset failed\n",
+                  write(2560));
     // What a reset leaves closed stays so until it is opened again.
-    device().answerWords(0x8004581B, {1});
-    device().answer(0x00005806, 0);
+    device().leaveToDriver(aoGetReady);
+    device().leaveToDriver(aoEnableChn);
     EXPECT_EQ(std::string::npos, reports(write(2560), -1).find("reset hi3516a ao attribute"));
     ASSERT_EQ(0, open());
     EXPECT_EQ("", reports(write(2560), 0));
-    device().answer(0x00005804, -1);
+    device().answer(aoDisable, -1);
     EXPECT_EQ("hi3516a_ao_close: HI_MPI_AO_Disable failed - ErrCode(  ffffffff)\n"
               "hi3516a_ao_pcm_reset: hi3516a_ao_close failed\n",
               reports([] { return hi3516a_ao_pcm_reset(0, 0, 2048); }, -1));
@@ -263,75 +232,62 @@ TEST_F(AudioOutTest, RefusesBlocksThatCannotBe) {
     EXPECT_EQ("audioout_write: audioout_write fail, iFrameSize :0\n", reports(write(0), -1));
     EXPECT_EQ("audioout_write: audioout_write fail, iFrameSize :-5\n", reports(write(-5), -1));
     EXPECT_TRUE(device().commands().empty());
-    EXPECT_NE(std::string::npos,
-              reports(write(32770), -1).find("block does not fit the channel buffers\n"));
     for (const std::int32_t size : {-1, -4, INT32_MIN}) {
         hi3516a_ao_pcm_write(0, 0, "", size);
-        EXPECT_TRUE(device().callsOf(sendCommand).empty());
-        EXPECT_EQ("hi3516a_ao_pcm_reset: block is no frame of the device\n",
-                  reports([size] { return hi3516a_ao_pcm_reset(0, 0, size); }, -1));
+        EXPECT_TRUE(device().callsOf(aoSend).empty());
+        expectFailure("hi3516a_ao_pcm_reset: block is no frame of the device\n",
+                      [size] { return hi3516a_ao_pcm_reset(0, 0, size); });
     }
     ASSERT_EQ(0, audioout_close(0, 0));
-    EXPECT_NE(std::string::npos, reports(write(2560), -1).find("the output is not open\n"));
-    // Attributes that make no sense.
+    expectFailure("the output is not open\n", write(2560));
+    for (const auto &[size, report] : {std::pair(32768, "HI_MPI_AO_SendFrame failed"),
+                                       {32769, "block does not fit the channel buffers\n"}}) {
+        ASSERT_EQ(0, audioout_open(0, 0, 8000, 8, 640));
+        expectFailure(report, write(size));
+    }
+    // Attributes that make no sense, and none.
     ASSERT_EQ(0, open());
     for (const auto &[width, channels] : {std::pair(3U, 2U), {1U, 0U}, {2U, UINT32_MAX}}) {
-        device().answerWords(getAttr, {8000, width, 0, 1, 1, 30, 640, channels, 0});
+        device().answerWords(aoGetAttr, {8000, width, 0, 1, 1, 30, 640, channels, 0});
         reports(write(2560), -1);
     }
-    device().answer(getAttr, 7);
-    EXPECT_EQ("hi3516a_ao_pcm_write: HI_MPI_AO_GetPubAttr failed - ErrCode(         7)\n"
-              "audioout_write: hi3516a_ao_pcm_write failed\n"
-              "hi3516a_ao_frmPt_check: HI_MPI_AO_GetPubAttr failed - ErrCode(         7)\n"
-              "audioout_write: reset hi3516a ao attribute\n"
-              "hi3516a_ao_pcm_reset: HI_MPI_AO_GetPubAttr failed - ErrCode(         7)\n"
-              "audioout_write: hi3516a_ao_pcm_reset failed\n",
-              reports(write(2560), -1));
-}
-
-// The channel buffers hold what just fits them, and not a byte more.
-TEST_F(AudioOutTest, KnowsItsChannelBuffers) {
-    ASSERT_EQ(0, open());
-    configure(0, 640);
-    for (const auto &[size, fits] : {std::pair(32768, true), {32769, false}}) {
-        const std::string text = reports(write(size), -1); // no frame is that long
-        EXPECT_EQ(fits, text.find("block does not fit the channel buffers\n") == std::string::npos);
-        EXPECT_EQ(fits, text.find("HI_MPI_AO_SendFrame failed") != std::string::npos);
+    device().answer(aoGetAttr, 7);
+    const std::string text = reports(write(2560), -1);
+    for (const char *function :
+         {"hi3516a_ao_pcm_write", "hi3516a_ao_frmPt_check", "hi3516a_ao_pcm_reset"}) {
+        const std::string report = ": HI_MPI_AO_GetPubAttr failed - ErrCode(         7)\n";
+        EXPECT_NE(std::string::npos, text.find(function + report)) << text;
     }
 }
 
-TEST_F(AudioOutTest, SetsBothSidesOfTheVolume) {
+TEST_F(AudioOutTest, SetsBothSidesOfTheVolumeAndClears) {
     EXPECT_EQ("", reports([] { return audioout_set_volume(46); }, 0));
-    using Volume = std::array<std::uint32_t, 2>;
-    EXPECT_EQ((Volume{46, 0}), device().sent<Volume>(0xC008410C));
-    EXPECT_EQ((Volume{46, 0}), device().sent<Volume>(0xC008410D));
-    device().answer(0xC008410C, 1); // the right side is tried all the same
-    device().answer(0xC008410D, 1);
+    EXPECT_EQ(46U, device().board().acodec.volume[0]);
+    EXPECT_EQ(46U, device().board().acodec.volume[1]);
+    device().clearCalls();
     EXPECT_EQ("hi3516a_acodec_ctrl_dacl_volume: set audio codec dacl volume failed\n"
               "hi3516a_acodec_ctrl_dacl_volume: set audio codec dacr volume failed\n"
               "hi3516a_acodec_ctrl: set audio codec dacl volume failed \n"
               "hi3516a_ao_reset_volume: Configure audio codec failed\n"
               "audioout_set_volume: hi3516a_ao_reset_volume failed !\n",
-              reports([] { return audioout_set_volume(46); }, -1));
+              reports([] { return audioout_set_volume(128); }, -1));
+    EXPECT_EQ(2U, device().commands().size()); // the right side is tried all the same
+    device().answer(aoClearChn, 3);
+    expectFailure(
+        "hi3516a_ao_clear_audio_buffer: HI_MPI_AO_ClearChnBuf failed - ErrCode(         3)\n"
+        "audioout_clear_audio_buffer: hi3516a_ao_clear_audio_buffer failed !\n",
+        [] { return audioout_clear_audio_buffer(0, 0); });
 }
 
 TEST_F(AudioOutTest, EndsACodecRequestAtItsFirstFailure) {
-    device().answer(0x00004100, 5); // a reset that returns more than 0 has not failed
+    device().answer(acodecReset, 5); // more than 0 is no failure
     const ACODEC_CTRL_REQUEST request = {0x1 | 0x2 | 0x40, 96000, 1, 0};
     const std::size_t descriptors = device().held().descriptors;
     EXPECT_EQ("hi3516a_acodec_ctrl_samprate: audio codec not support enSample\n"
               "hi3516a_acodec_ctrl: set audio codec sample rate failed\n",
               reports([&] { return hi3516a_acodec_ctrl(&request); }, -1));
-    EXPECT_EQ(Commands{0x00004100}, device().commands());
+    EXPECT_EQ(Commands{acodecReset}, device().commands());
     EXPECT_EQ(descriptors, device().held().descriptors);
-}
-
-TEST_F(AudioOutTest, ClearsTheChannel) {
-    EXPECT_EQ("", reports([] { return audioout_clear_audio_buffer(0, 0); }, 0));
-    device().answer(0x0000580C, 3);
-    EXPECT_EQ("hi3516a_ao_clear_audio_buffer: HI_MPI_AO_ClearChnBuf failed - ErrCode(         3)\n"
-              "audioout_clear_audio_buffer: hi3516a_ao_clear_audio_buffer failed !\n",
-              reports([] { return audioout_clear_audio_buffer(0, 0); }, -1));
 }
 
 } // namespace

@@ -34,18 +34,16 @@ TEST(LawDecoder, ExpandsEveryCodeAsAnIndependentDecoderDoes) {
 
 TEST(LawDecoder, RefusesWhatItCannotBe) {
     G711LawDecoder mark = {};
-    const G711LawConfig refused[] = {{0x04000002, 640, 0, nullptr},
-                                     {0x04000000, 640, 0, nullptr},
-                                     {header, 0, 0, nullptr},
-                                     {header, 640, 2, nullptr},
-                                     {header, 640, UINT32_MAX, nullptr}};
-    for (const G711LawConfig &config : refused) {
-        G711LawDecoder *decoder = &mark;
+    G711LawDecoder *decoder = &mark;
+    for (const G711LawConfig &config : {G711LawConfig{0x04000002, 640, 0, nullptr},
+                                        {0x04000000, 640, 0, nullptr},
+                                        {header, 0, 0, nullptr},
+                                        {header, 640, 2, nullptr},
+                                        {header, 640, UINT32_MAX, nullptr}}) {
         EXPECT_EQ(-1, G711Law_Create(&decoder, &config));
         EXPECT_EQ(&mark, decoder);
     }
     const G711LawConfig otherTopByte = {0xFF000001, 640, 0, nullptr};
-    G711LawDecoder *decoder = nullptr;
     EXPECT_EQ(0, G711Law_Create(&decoder, &otherTopByte));
     EXPECT_EQ(0U, decoder->external);
     G711Law_Destroy(&decoder);

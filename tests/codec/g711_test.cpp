@@ -42,8 +42,8 @@ protected:
 
 TEST_F(G711Test, DecodesByTheLawAnnouncedLast) {
     EXPECT_EQ(0x31313747U, ops_.fourCC);
-    EXPECT_EQ(64000U, ops_.codecDesc->bitRate);
-    EXPECT_EQ(8000U, ops_.codecDesc->sampleRate);
+    EXPECT_EQ(std::pair(64000U, 8000U),
+              std::pair(ops_.codecDesc->bitRate, ops_.codecDesc->sampleRate));
     EXPECT_EQ(-32124, decodeOne(0x00)); // u-law until something else is announced
     announce("ALAW", 2);
     EXPECT_EQ(2U, ops_.getChannels(handle()));
@@ -77,8 +77,8 @@ TEST_F(G711Test, FollowsThePayloadSize) {
 }
 
 TEST_F(G711Test, ReleasesOnce) {
-    const std::string out = outputOf([&] { EXPECT_EQ(0, ops_.release(&ops_.codecDesc->handle)); });
-    EXPECT_EQ("src/voxo_g711:#: G.711Dec released!\n", out);
+    EXPECT_EQ("src/voxo_g711:#: G.711Dec released!\n",
+              outputOf([&] { EXPECT_EQ(0, ops_.release(&ops_.codecDesc->handle)); }));
     EXPECT_EQ("", outputOf([&] { EXPECT_EQ(-1, ops_.release(&ops_.codecDesc->handle)); }));
     outputOf([&] { EXPECT_EQ(-1, ops_.reset(nullptr)); });
 }

@@ -35,10 +35,7 @@ protected:
         G711Dec_GetOps(&voxoContext.decoder);
         EXPECT_EQ(0, audioout_open(0, 0, 8000, 16, 640));
         EXPECT_EQ(0, voxoContext.decoder.init(&voxoContext.decoder.codecDesc->handle));
-        device().answer(0xC0785805, [this](void *record) {
-            hear(record);
-            return 0;
-        });
+        device().watch(driverCommand::aoSend, [this](const void *record) { hear(record); });
         takeSystemLog();
     }
     ~DaemonTest() override {

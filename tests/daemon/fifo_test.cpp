@@ -13,6 +13,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 // A message, perhaps with a longer header.
 std::string message(std::uint32_t type, const std::string &body, char header = 4) {
     std::string bytes = framedMessage(type, body);
@@ -81,7 +83,7 @@ TEST_F(FifoTest, ObeysControlMessages) {
     EXPECT_EQ("Get control message!!\nGet start!!\nGet stop!!\n",
               outputFor(control(start + other + stop)));
     EXPECT_EQ(0, clipStart);
-    EXPECT_EQ(1U, device().callsOf(0x0000580C).size()); // the output is cleared
+    EXPECT_EQ(1U, device().callsOf(aoClearChn).size()); // the output is cleared
     EXPECT_EQ((std::vector<std::string>{"set NameValue 99 0 0\nstatus_audioclip_playing=0"}),
               tessel.requests());
     quitRequested = 1; // nobody is told of a stop any more
@@ -200,13 +202,10 @@ TEST_F(FifoTest, AsksForTwoWayAudio) {
         EXPECT_EQ(talk.requests, tessel.requests());
     }
     EXPECT_EQ(0, clipStart);
-}
-
-TEST_F(FifoTest, CutsAMethodToItsField) {
+    // A method's name is cut where its field ends.
     const FakeTessel tessel(dir_.path(), "");
-    char reply[8] = {};
-    EXPECT_EQ(0, voxoSendToTessel("key", std::string(40, 'm').c_str(), 7, 1, reply, sizeof reply));
-    EXPECT_EQ(std::vector{"get " + std::string(15, 'm') + " 99 7\nkey"}, tessel.requests());
+    voxoSendToTessel("body", "sixteencharacter", 0, 1, nullptr, 0);
+    EXPECT_EQ("get sixteencharacte 99 0\nbody", tessel.requests().at(0));
 }
 
 TEST_F(FifoTest, MakesTheFifoOrReusesIt) {

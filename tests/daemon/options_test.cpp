@@ -50,22 +50,18 @@ TEST(Options, TakeWhatFits) {
 }
 
 TEST(Options, RefuseTheRest) {
-    const struct {
-        std::vector<std::string> arguments;
-        const char *errors;
-    } cases[] = {{{}, "Config file path not set!\n"},
-                 {{"-d"}, "Config file path not set!\n"},
-                 {{"-c", std::string(256, 'c')}, "Config file path too long!\n"},
-                 {{"-c", "x", "-p", std::string(128, 'p')}, "PID file path too long!\n"},
-                 {{"-c", "x", "-x"}, "Unknown option `-x'.\n"},
-                 {{"-c", "x", "-\x07"}, "Unknown option character `\\x7'.\n"},
-                 {{"-c", "x", "-\xC3"}, "Unknown option character `\\xc3'.\n"},
-                 {{"-c"}, "Unknown option `-c'.\n"},
-                 {{"-c", "x", "-p"}, "Unknown option `-p'.\n"}};
-    for (const auto &refusal : cases) {
-        const Parsed parsed = parse(refusal.arguments);
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"-d"}, "Config file path not set!\n"},
+        {{"-c", std::string(256, 'c')}, "Config file path too long!\n"},
+        {{"-c", "x", "-p", std::string(128, 'p')}, "PID file path too long!\n"},
+        {{"-c", "x", "-x"}, "Unknown option `-x'.\n"},
+        {{"-c", "x", "-\xC3"}, "Unknown option character `\\xc3'.\n"},
+        {{"-c"}, "Unknown option `-c'.\n"},
+        {{"-c", "x", "-p"}, "Unknown option `-p'.\n"}};
+    for (const auto &[arguments, errors] : cases) {
+        const Parsed parsed = parse(arguments);
         EXPECT_EQ(-1, parsed.result);
-        EXPECT_EQ(refusal.errors, parsed.errors);
+        EXPECT_EQ(errors, parsed.errors);
     }
 }
 

@@ -2,10 +2,13 @@
 
 #include "tests/daemon/daemon_fixture.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace {
+
+using namespace driverCommand;
 
 class StreamTest : public DaemonTest {
 protected:
@@ -56,18 +59,17 @@ TEST_F(StreamTest, FollowsCodecInformation) {
     EXPECT_EQ(2U, state_.dwDoubleFreqRatio);
 }
 
-// Codec information ends behind the last word that its codec needs, and not before.
-TEST_F(StreamTest, TakesCodecInformationThatIsWhole) {
+TEST_F(StreamTest, NeedsTheWordsOfTheCodec) {
     state_.nextDropReport = Deadline(3600'000);
     for (const auto &[codec, size] :
          {std::pair("G711", 64U), {"AAC4", 52U}, {"GAMR", 48U}, {"G726", 44U}}) {
-        for (const std::uint32_t missing : {1U, 0U}) {
-            Record record = codecInfo(codec, 8000, 8000);
-            record.resize(size - missing);
-            state_.droppedRecords = 0;
-            quietly(record);
-            EXPECT_EQ(missing, state_.droppedRecords) << codec;
-        }
+        Record record = codecInfo(codec, 8000, 8000);
+        record.resize(size);
+        quietly(record);
+        EXPECT_EQ(0U, std::exchange(state_.droppedRecords, 0)) << codec;
+        record.pop_back();
+        quietly(record);
+        EXPECT_EQ(1U, std::exchange(state_.droppedRecords, 0)) << codec;
     }
 }
 
@@ -80,6 +82,7 @@ TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
     Record torn = lawInfo("ALAW");
     torn.pop_back();
     const Record hostile[] = {Record(1),
+                              newRecord("????", recordBody - 1),
                               torn,
                               altered(recordSizeWord, 43),
                               altered(recordSizeWord, 685), // more than was received
@@ -97,7 +100,7 @@ TEST_F(StreamTest, DropsHostileRecordsWithAReportAMinute) {
     }
     EXPECT_EQ(640, state_.lastInputSize);
     state_.nextDropReport = Deadline(0); // a minute later
-    EXPECT_EQ("[voxo] src/voxo:#: 11 stream records out of limits, dropped\n",
+    EXPECT_EQ("[voxo] src/voxo:#: 12 stream records out of limits, dropped\n",
               reportOf(newRecord("????", recordBody)));
     EXPECT_EQ("", reportOf(hostile[0]));
     EXPECT_EQ("[voxo] src/voxo:#: Stream record out of limits, dropped\n",
@@ -137,7 +140,7 @@ TEST_F(StreamTest, TellsOfWhatFails) {
     EXPECT_TRUE(reportOf(audioRecord(payload_))
                     .ends_with("[voxo] src/voxo:#: src/voxo:#: decode failed!\n"));
     quietly(lawInfo("ULAW"));
-    device().answer(0x8004581B, -1);
+    device().answer(aoGetReady, -1);
     EXPECT_TRUE(reportOf(audioRecord(payload_))
                     .ends_with("[voxo] src/voxo:#: src/voxo:#: write audio error\n"));
     // A decoder that cannot be set up stops the daemon.
@@ -154,15 +157,11 @@ TEST_F(StreamTest, TellsOfWhatFails) {
 TEST_F(StreamTest, MakesTheSocket) {
     const std::filesystem::path path = dir_.path() / "stream";
     std::ofstream(path) << "stale";
-    const int fd = voxoCreateStreamSocket(path.c_str());
-    ASSERT_GE(fd, 0);
-    struct stat status = {};
-    lstat(path.c_str(), &status);
-    EXPECT_TRUE(S_ISSOCK(status.st_mode));
-    EXPECT_EQ(0666U, status.st_mode & 0777);
+    const UniqueFd fd(voxoCreateStreamSocket(path.c_str()));
+    EXPECT_TRUE(std::filesystem::is_socket(path));
+    EXPECT_EQ(std::filesystem::perms(0666), std::filesystem::status(path).permissions());
     char byte = 0;
-    EXPECT_EQ(-1, read(fd, &byte, 1)); // does not wait
-    close(fd);
+    EXPECT_EQ(-1, read(fd.get(), &byte, 1)); // does not wait
     EXPECT_EQ("", outputOf([] { EXPECT_EQ(-1, voxoCreateStreamSocket("")); }));
     EXPECT_EQ("cannot create /no/such/dir/s (2).No such file or directory\n",
               outputOf([] { EXPECT_EQ(-1, voxoCreateStreamSocket("/no/such/dir/s")); }));

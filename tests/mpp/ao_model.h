@@ -8,16 +8,15 @@
 #include <climits>
 #include <functional>
 
-constexpr std::uint32_t aoSendCommand = 0xC0785805;
-
-// Takes the place of the scripted driver's answer to a period.
+// Takes the driver's place for periods and attributes; the device is enabled.
 class AoModel {
 public:
     // `below` chooses a number below its argument.
     explicit AoModel(std::function<std::uint32_t(std::uint32_t)> below) : below_(std::move(below)) {
         device().keepsCalls = false;
-        device().answer(aoSendCommand, [this](void *record) { return take(record); });
-        device().answer(0x80245802, [this](void *record) { return tellAttributes(record); });
+        device().answer(driverCommand::aoSend, [this](void *record) { return take(record); });
+        device().answer(driverCommand::aoGetAttr,
+                        [this](void *record) { return tellAttributes(record); });
         reconfigure();
     }
 

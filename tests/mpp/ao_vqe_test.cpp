@@ -2,15 +2,16 @@
 
 namespace {
 
+using namespace driverCommand;
+
 class AoVqeTest : public MppTest {
 protected:
     AoVqeTest() {
-        configure(640, AUDIO_SOUND_MODE_MONO);
+        configure(attributes(640, AUDIO_SOUND_MODE_MONO));
         EXPECT_EQ(0, HI_MPI_AO_EnableChn(0, 0));
-        device().answer(0xC0785805, [this](void *record) {
+        device().watch(aoSend, [this](const void *record) {
             const auto period = periodOf<std::int16_t>(record, 0);
             heard_.insert(heard_.end(), period.begin(), period.end());
-            return 0;
         });
         device().clearCalls();
     }
@@ -29,38 +30,37 @@ protected:
     std::vector<std::int16_t> heard_;
 };
 
-TEST_F(AoVqeTest, RefusesResamplingWithTheRightWords) {
-    const auto enable = [](std::uint32_t chn, std::uint32_t rate, std::uint32_t deviceRate = 8000,
-                           std::uint32_t mode = AUDIO_SOUND_MODE_MONO, std::uint32_t channels = 2) {
-        return [=] {
-            configure(640, mode, AUDIO_BIT_WIDTH_16, deviceRate, channels);
-            return HI_MPI_AO_EnableReSmp(0, chn, rate);
-        };
+TEST_F(AoVqeTest, RefusesWhatCannotBeResampled) {
+    const auto mono = [](std::uint32_t rate, std::uint32_t channels = 2) {
+        return attributes(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_16, rate, channels);
     };
-    expectOutcomes({
-        {0xA0168005, "AO chn 3 is not enable\n", enable(3, 16000)},
-        {0xA0168003, "AoChn 0 resample in rate:8001 is illegal!\n", enable(0, 8001)},
-        {0xA0168009, "resample out rate is the same as resample in rate, it's not allowed!\n",
-         enable(0, 8000)},
-        {0xA0168003, "resample don't support stereo!\n",
-         enable(0, 16000, 8000, AUDIO_SOUND_MODE_STEREO)},
-        {0xA0168002, "enable resample fail,Aodev0 don't have chn0\n",
-         enable(0, 16000, 8000, AUDIO_SOUND_MODE_MONO, 0)},
-        {0xA0168009, "Resmp is not permit when Ao samplerate is 96000!\n", enable(0, 16000, 96000)},
-        {0xA0168041, "", enable(0, 16000, 0)},
-    });
-    device().answer(0x80245802, 5);
-    expectOutcomes({{0xA0168007, "can't get aodev0's attribute!\n", enable(0, 16000)}});
+    const struct {
+        std::uint32_t result, chn, rate;
+        AIO_ATTR_S attr;
+    } refusals[] = {{0xA0168005, 3, 16000, mono(8000)},    {0xA0168003, 0, 8001, mono(8000)},
+                    {0xA0168009, 0, 8000, mono(8000)},     {0xA0168003, 0, 16000, attributes()},
+                    {0xA0168002, 0, 16000, mono(8000, 0)}, {0xA0168009, 0, 16000, mono(96000)},
+                    {0xA0168041, 0, 16000, mono(0)}};
+    for (const auto &refusal : refusals) {
+        pretend(refusal.attr);
+        const std::string text = messages([&] {
+            EXPECT_EQ(err(refusal.result), HI_MPI_AO_EnableReSmp(0, refusal.chn, refusal.rate));
+        });
+        EXPECT_EQ(refusal.result == 0xA0168041, text.empty());
+    }
+    device().answer(aoGetAttr, 5);
+    expectOutcome(0xA0168007, "can't get aodev0's attribute!\n",
+                  [] { return HI_MPI_AO_EnableReSmp(0, 0, 16000); });
 }
 
 TEST_F(AoVqeTest, ResamplesWithoutSeams) {
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
-    EXPECT_EQ(16000U, device().sent<AO_RESMP_DBG_S>(0x4010580E).enInSampleRate);
+    EXPECT_EQ(16000U, device().sent<AO_RESMP_DBG_S>(aoSetResampleDebug).enInSampleRate);
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 16000));
-    expectOutcomes(
-        {{0xA0168009,
-          "Resmp has been enable but the resamplerate:44100 not the same as before:16000.\n",
-          [] { return HI_MPI_AO_EnableReSmp(0, 0, 44100); }}});
+    expectOutcome(
+        0xA0168009,
+        "Resmp has been enable but the resamplerate:44100 not the same as before:16000.\n",
+        [] { return HI_MPI_AO_EnableReSmp(0, 0, 44100); });
     for (int i = 0; i < 40; ++i) {
         EXPECT_EQ(0, play(333)); // odd frames leave an output point between two of them
     }
@@ -73,12 +73,12 @@ TEST_F(AoVqeTest, ResamplesWithoutSeams) {
 }
 
 TEST_F(AoVqeTest, RefusesWhatResamplingMakesTooLong) {
-    configure(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_16, 48000);
+    pretend(attributes(640, AUDIO_SOUND_MODE_MONO, AUDIO_BIT_WIDTH_16, 48000));
     EXPECT_EQ(0, HI_MPI_AO_EnableReSmp(0, 0, 8000));
-    expectOutcomes({{0xA0168003,
-                     "PointNum after ao resample is:4098, it's biger than MAX_AO_POINT_NUM:4096, "
-                     "or small than 0\n",
-                     [&] { return play(683); }}});
+    expectOutcome(0xA0168003,
+                  "PointNum after ao resample is:4098, it's biger than MAX_AO_POINT_NUM:4096, "
+                  "or small than 0\n",
+                  [&] { return play(683); });
     EXPECT_EQ(0, play(682));
 }
 
@@ -109,41 +109,35 @@ TEST_F(AoVqeTest, PassesVoiceQualityThrough) {
 }
 
 TEST_F(AoVqeTest, DumpsBothSidesUpToTheLimit) {
-    AO_DUMP_S dump = {1, {}, "test", 3}; // as a driver keeps it
-    const auto tell = [&](void *record) {
-        std::memcpy(record, &dump, sizeof dump);
-        return 0;
-    };
-    device().answer(0x8208581A, tell);
-    device().answer(0x42085819, [&](void *record) {
-        std::memcpy(&dump, record, sizeof dump);
-        return 0;
-    });
+    AO_DUMP_S dump = {1, "/no/such/directory", "test", 3};
+    EXPECT_EQ(0, HI_MPI_AO_SaveFile(0, 0, &dump));
     const AO_VQE_ATTR_S attr = {8000, 640, {}};
     EXPECT_EQ(0, HI_MPI_AO_SetVqeAttr(0, 0, &attr));
     EXPECT_EQ(0, HI_MPI_AO_EnableVqe(0, 0));
     const auto playOn = [this] { return play(640); };
-    std::strcpy(dump.acPath, "/no/such/directory");
-    expectOutcomes({{0,
-                     "out: DevId:0, AoChn:0, File: InFilePath/OutFilePath open failed!Please check "
-                     "your Filepath!\n",
-                     playOn}});
-    device().answer(0x8208581A, -1);
-    expectOutcomes({{0, "get ao dumpfile cfg error!\n", playOn}});
+    expectOutcome(0,
+                  "out: DevId:0, AoChn:0, File: InFilePath/OutFilePath open failed!Please check "
+                  "your Filepath!\n",
+                  playOn);
+    device().answer(aoGetDump, -1);
+    expectOutcome(0, "get ao dumpfile cfg error!\n", playOn);
     const TemporaryDirectory dir;
     dump = {1, {}, "test", 3};
-    device().answer(0x8208581A, tell);
     dir.path().string().copy(dump.acPath, sizeof dump.acPath - 1);
+    EXPECT_EQ(0, HI_MPI_AO_SaveFile(0, 0, &dump));
+    device().leaveToDriver(aoGetDump);
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(0, playOn());
     }
     // 3 KiB is reached within the third frame of 1280 bytes, which is written whole.
     EXPECT_EQ(3840U, file_size(dir.path() / "Sin_AoDev0_Chn0_8K_test.pcm"));
     EXPECT_EQ(3840U, file_size(dir.path() / "Sou_AoDev0_Chn0_8K_test.pcm"));
+    std::memcpy(&dump, device().board().ao.channels[0].dump, sizeof dump);
     EXPECT_EQ(0U, dump.bEnable); // told to the driver
     EXPECT_EQ(1U, dump.u32KBytes);
     dump.bEnable = 1;
     dump.u32KBytes = 100;
+    EXPECT_EQ(0, HI_MPI_AO_SaveFile(0, 0, &dump));
     EXPECT_EQ(0, playOn());
     EXPECT_EQ(0, HI_MPI_AO_DisableChn(0, 0)); // closes the files
     EXPECT_EQ(1280U, file_size(dir.path() / "Sou_AoDev0_Chn0_8K_test.pcm"));

@@ -35,7 +35,12 @@ std::string messages(Code code) {
            replaced(texts.err, R"(\[Func\]:\w+ \[Line\]:\d+ \[Info\]:)", "");
 }
 
-// A call, what it returns and what it says.
+// Expects of a call what it returns and says.
+inline void expectOutcome(std::uint32_t result, const std::string &message,
+                          const std::function<std::int32_t()> &call) {
+    EXPECT_EQ(message, messages([&] { EXPECT_EQ(err(result), call()); }));
+}
+
 struct Outcome {
     std::uint32_t result;
     std::string message;
@@ -43,10 +48,26 @@ struct Outcome {
 };
 
 inline void expectOutcomes(const std::vector<Outcome> &outcomes) {
-    for (const Outcome &outcome : outcomes) {
-        const auto call = [&] { EXPECT_EQ(err(outcome.result), outcome.call()); };
-        EXPECT_EQ(outcome.message, messages(call));
+    for (const auto &[result, message, call] : outcomes) {
+        expectOutcome(result, message, call);
     }
+}
+
+// Attributes of the device: 16 bits, stereo unless said otherwise.
+inline AIO_ATTR_S attributes(std::uint32_t points = 640,
+                             std::uint32_t mode = AUDIO_SOUND_MODE_STEREO,
+                             std::uint32_t width = AUDIO_BIT_WIDTH_16, std::uint32_t rate = 8000,
+                             std::uint32_t channels = 2) {
+    return {rate, width, 0, mode, 1, 30, points, channels, 0};
+}
+
+// A driver's answer: this object, whatever is asked.
+template <typename Object>
+ScriptedDevice::Answer telling(const Object &object) {
+    return [&object](void *record) {
+        std::memcpy(record, &object, sizeof object);
+        return 0;
+    };
 }
 
 class MppTest : public testing::Test {
@@ -63,13 +84,20 @@ protected:
         EXPECT_EQ(0U, device().held().blocks);
     }
 
-    // Sets the device up: 16 bits, stereo unless said otherwise.
-    static void configure(std::uint32_t points = 640, std::uint32_t mode = AUDIO_SOUND_MODE_STEREO,
-                          std::uint32_t width = AUDIO_BIT_WIDTH_16, std::uint32_t rate = 8000,
-                          std::uint32_t channels = 2) {
-        const AIO_ATTR_S attr = {rate, width, 0, mode, 1, 30, points, channels, 0};
+    // Sets the device up and enables it.
+    static void configure(const AIO_ATTR_S &attr = attributes()) {
         ASSERT_EQ(0, HI_MPI_AO_SetPubAttr(0, &attr));
+        ASSERT_EQ(0, HI_MPI_AO_Enable(0));
     }
+
+    // Lets the driver tell attributes that it would not take, or not while it is enabled.
+    void pretend(const AIO_ATTR_S &attr) {
+        pretended_ = attr;
+        device().answer(driverCommand::aoGetAttr, telling(pretended_));
+    }
+
+private:
+    AIO_ATTR_S pretended_ = {};
 };
 
 // A frame whose samples tell their place and sub-channel.

@@ -7,6 +7,8 @@
 
 namespace {
 
+using namespace driverCommand;
+
 class SysTest : public testing::Test {
 protected:
     SysTest() { device().reset(); }
@@ -21,17 +23,17 @@ TEST_F(SysTest, StartsAndStopsInOrder) {
     for (int repeated = 0; repeated < 2; ++repeated) {
         device().clearCalls();
         EXPECT_EQ(0, HI_MPI_SYS_Init());
-        EXPECT_EQ((Commands{0x00005900, 0x8008590E, 0x80045918}), device().commands());
+        EXPECT_EQ((Commands{sysInit, sysGetKernelConfig, sysGetTuningMode}), device().commands());
     }
     EXPECT_EQ(O_RDWR, device().flagsOf("/dev/sys"));
     const std::size_t descriptors = device().held().descriptors;
-    device().answer(0x00005901, 5);
+    device().answer(sysExit, 5);
     EXPECT_EQ(5, HI_MPI_SYS_Exit());
     EXPECT_EQ(descriptors, device().held().descriptors); // kept when the kernel stays
-    device().answer(0x00005901, 0);
+    device().leaveToDriver(sysExit);
     device().clearCalls();
     EXPECT_EQ(0, HI_MPI_SYS_Exit());
-    EXPECT_EQ(Commands{0x00005901}, device().commands());
+    EXPECT_EQ(Commands{sysExit}, device().commands());
     EXPECT_EQ(descriptors - 1, device().held().descriptors);
 }
 
@@ -49,32 +51,31 @@ TEST_F(SysTest, KeepsBindingsAcrossARepeatedStart) {
 }
 
 TEST_F(SysTest, TellsWhyItDoesNotStart) {
-    const auto expectStart = [](std::uint32_t result, const char *message) {
-        expectOutcomes({{result, message, HI_MPI_SYS_Init}});
-    };
     device().openAs("/dev/sys", -1);
-    expectStart(0xA0028010, "open sys: No such file or directory\n");
+    expectOutcome(0xA0028010, "open sys: No such file or directory\n", HI_MPI_SYS_Init);
     device().reset();
-    device().answer(0x00005900, 77);
-    expectStart(77, "");
-    EXPECT_EQ(Commands{0x00005900}, device().commands()); // and no module has started
-    device().answer(0x00005900, 0);
-    device().answer(0x8008590E, -1);
-    expectStart(UINT32_MAX, "System get Kernel Config failed!\nGet Kernel Config failed!\n"
-                            "initialize audio mpi failed!\n");
-    device().answer(0x8008590E, 0);
-    device().answer(0x80045918, -1);
-    expectStart(0, "Get mode parameter failed\n");
+    device().answer(sysInit, 77);
+    expectOutcome(77, "", HI_MPI_SYS_Init);
+    EXPECT_EQ(Commands{sysInit}, device().commands()); // and no module has started
+    device().reset();
+    device().answer(sysGetTuningMode, -1);
+    expectOutcome(0, "Get mode parameter failed\n", HI_MPI_SYS_Init);
+    device().answer(sysGetKernelConfig, -1);
+    expectOutcome(UINT32_MAX,
+                  "System get Kernel Config failed!\nGet Kernel Config failed!\n"
+                  "initialize audio mpi failed!\n",
+                  HI_MPI_SYS_Init);
 }
 
 TEST_F(SysTest, PassesTheConfiguration) {
-    device().answerWords(0x80045903, {0xCAFE}, 3);
+    device().board().sys.hasConfig = 0;
     std::uint32_t config = 0;
-    EXPECT_EQ(3, HI_MPI_SYS_GetConfig(&config));
+    EXPECT_EQ(err(0xA0028010), HI_MPI_SYS_GetConfig(&config));
+    const std::uint32_t fresh = 0xCAFE;
+    EXPECT_EQ(0, HI_MPI_SYS_SetConfig(&fresh));
+    EXPECT_EQ(0, HI_MPI_SYS_GetConfig(&config));
     EXPECT_EQ(0xCAFEU, config);
-    expectOutcomes({{0xA0028006, "null ptr!\n", [] { return HI_MPI_SYS_GetConfig(nullptr); }}});
-    EXPECT_EQ(0, HI_MPI_SYS_SetConfig(&config));
-    EXPECT_EQ(0xCAFEU, device().sent(0x40045902));
+    expectOutcome(0xA0028006, "null ptr!\n", [] { return HI_MPI_SYS_GetConfig(nullptr); });
 }
 
 TEST_F(SysTest, MapsWholePages) {
@@ -97,19 +98,19 @@ TEST_F(SysTest, MapsWholePages) {
           isMapped(HI_MPI_SYS_MmapCache, 0)},
          {0, "phys addr 0x1000: the range passes 32 bits!\n",
           isMapped(HI_MPI_SYS_Mmap, 0xFFFFF001)}});
-    std::uint32_t value = 1; // of a register, which is mapped for as long as it takes
-    EXPECT_EQ(0, HI_MPI_SYS_GetReg(0x20050004, &value));
-    EXPECT_EQ(0U, value);
+    std::uint32_t value = 0; // of a register, which is mapped for as long as it takes
     EXPECT_EQ(0, HI_MPI_SYS_SetReg(0x20050004, 5));
+    EXPECT_EQ(0, HI_MPI_SYS_GetReg(0x20050004, &value));
+    EXPECT_EQ(5U, value);
     device().failingMemory = 1;
-    expectOutcomes({{0, "mmap error: Cannot allocate memory\n", isMapped(HI_MPI_SYS_Mmap, 1)}});
+    expectOutcome(0, "mmap error: Cannot allocate memory\n", isMapped(HI_MPI_SYS_Mmap, 1));
 }
 
 TEST_F(SysTest, FlushesWholeLines) {
     auto *const virt = reinterpret_cast<void *>(std::uintptr_t{0x40000070});
     EXPECT_EQ(0, HI_MPI_SYS_MflushCache(0x80000070, virt, 0x20));
     using Flush = std::array<std::uint32_t, 3>; // up to the end of what was asked for
-    EXPECT_EQ((Flush{0x80000040, 0x40000040, 0x80}), device().sent<Flush>(0x400C5915));
+    EXPECT_EQ((Flush{0x80000040, 0x40000040, 0x80}), device().sent<Flush>(sysFlushCache));
     expectOutcomes(
         {{0xA0028006, "Null point \n", [] { return HI_MPI_SYS_MflushCache(0, nullptr, 1); }},
          {0xA0028003, "out: Func: HI_MPI_SYS_MflushCache u32Size can't be 0.\n",
@@ -123,12 +124,12 @@ TEST_F(SysTest, FlushesWholeLines) {
 TEST_F(SysTest, WakesTheTuningThreadUntilItEnds) {
     std::atomic<int> wakes = 0;
     std::atomic<bool> waits = false;
-    device().answerWords(0x80045918, {1});
-    device().answer(0x0000591B, [&](void *) {
+    device().answerWords(sysGetTuningMode, {1});
+    device().answer(sysWakeTuning, [&](void *) {
         ++wakes;
         return 0;
     });
-    device().answer(0xC008591A, [&](void *) {
+    device().answer(sysWaitTuning, [&](void *) {
         for (waits = true; wakes < 2;) {
             usleep(1000);
         }
@@ -144,19 +145,22 @@ TEST_F(SysTest, WakesTheTuningThreadUntilItEnds) {
 
 TEST_F(SysTest, ReachesTheLogDevice) {
     device().openAs("/dev/logmpp", -1);
-    LOG_LEVEL_S level = {};
+    LOG_LEVEL_S level = {{1, 2, 3, 4, 5, 6}};
     expectOutcomes(
         {{ENOENT, "open: No such file or directory\n", [&] { return HI_MPI_LOG_SetLevel(&level); }},
          {UINT32_MAX, "null ptr!\n", [] { return HI_MPI_LOG_SetLevel(nullptr); }}});
     device().reset();
     EXPECT_EQ(0, HI_MPI_LOG_SetLevel(&level));
+    level = {};
     EXPECT_EQ(0, HI_MPI_LOG_GetLevel(&level));
+    EXPECT_EQ(6U, reinterpret_cast<const std::uint32_t *>(&level)[5]);
     EXPECT_EQ(0, HI_MPI_LOG_SetWaitFlag(1));
-    EXPECT_EQ((Commands{0x40184C00, 0xC0184C01, 0x40044C03}), device().commands());
-    device().readText = "kernel says";
-    char text[6] = {};
-    EXPECT_EQ(6, HI_MPI_LOG_Read(text, 6));
-    EXPECT_EQ("kernel", std::string(text, 6));
+    EXPECT_EQ(1U, device().board().log.waitFlag);
+    EXPECT_EQ((Commands{logSetLevel, logGetLevel, logSetWaitFlag}), device().commands());
+    ASSERT_EQ(0, HI_MPI_SYS_Init());
+    char text[9] = {};
+    EXPECT_EQ(9, HI_MPI_LOG_Read(text, 9));
+    EXPECT_EQ("sys: star", std::string(text, 9));
     HI_MPI_LOG_Close();
 }
 

@@ -13,35 +13,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
 namespace {
 
-// The bytes with one to three wounds: a byte changed, the end cut off, a part repeated or taken
-// out, or a number that matters to some size put in.
+// The bytes with one to three wounds: nothing, a byte, a part or a number that matters to some size
+// put in front of what is there, or in its place, or in that of all that follows.
 std::string damaged(std::string bytes, Random &random) {
     const auto below = [&](std::size_t end) { return std::size_t{random.below(end)}; };
     for (std::size_t wounds = 1 + below(3); wounds > 0 && !bytes.empty(); --wounds) {
         const std::size_t at = below(bytes.size());
-        switch (below(5)) {
-        case 0:
-            bytes[at] = static_cast<char>(random.next());
-            break;
-        case 1:
-            bytes.resize(at);
-            break;
-        case 2:
-            bytes.insert(at, bytes.substr(below(bytes.size()), below(40)));
-            break;
-        case 3:
-            bytes.erase(at, below(20));
-            break;
-        default: {
-            static constexpr std::uint32_t numbers[] = {
-                0, 1, 17, 18, 19, 0x7FFFFFFE, 0x7FFFFFFF, 0x80000000, 0xFFFFFFF7, 0xFFFFFFFF};
-            const std::uint32_t number = numbers[below(std::size(numbers))];
-            for (std::size_t i = 0; i < 4 && at + i < bytes.size(); ++i) {
-                bytes[at + i] = static_cast<char>(number >> 8 * i);
-            }
-            break;
-        }
-        }
+        static constexpr std::uint32_t numbers[] = {
+            0, 1, 17, 18, 19, 0x7FFFFFFE, 0x7FFFFFFF, 0x80000000, 0xFFFFFFF7, 0xFFFFFFFF};
+        const std::uint32_t number = numbers[below(std::size(numbers))];
+        const std::string parts[] = {std::string(1, static_cast<char>(random.next())), // a byte
+                                     bytes.substr(at, below(bytes.size())),        // what is there
+                                     bytes.substr(below(bytes.size()), below(40)), // a part
+                                     "",                                           // nothing
+                                     {reinterpret_cast<const char *>(&number), sizeof number}};
+        const std::string &part = parts[below(std::size(parts))];
+        const std::size_t gone[] = {0, part.size(), below(20), bytes.size()};
+        bytes.replace(at, gone[below(std::size(gone))], part);
     }
     return bytes;
 }

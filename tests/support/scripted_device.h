@@ -1,7 +1,11 @@
-// The driver's side of the device door, for tests: answers every command as told, records it, and
-// can fail the n-th call.
+// The drivers' side of the device door, for tests: the virtual camera's board, whose answers can be
+// scripted, with a record of what reaches it.
 #pragma once
 
+#include "tests/support/driver_commands.h"
+#include "vcam/board/registers.h"
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -26,16 +30,31 @@ struct DeviceCall {
 class ScriptedDevice {
 public:
     using Answer = std::function<int(void *record)>;
+    using Watcher = std::function<void(const void *record)>;
 
-    // Forgets everything: a driver that says 0 to all commands, keeps attributes, is ready, and
-    // hands out memory. Descriptors that are still open stay valid.
+    // Forgets everything: a board whose video side is up, on which nobody waits and every period is
+    // played at once. Descriptors that are still open and blocks that are held stay valid.
     void reset();
 
-    // Answers a command by a function (of the record, which may be changed), by a plain result, or
-    // by words that the record's first ones become.
-    void answer(std::uint32_t command, Answer answer);
-    void answer(std::uint32_t command, int result);
-    void answerWords(std::uint32_t command, std::vector<std::uint32_t> words, int result = 0);
+    // What the board's drivers keep. With paceRealTime periods stay in the queue.
+    BoardRegisters &board() const;
+
+    // Answers a command in the driver's place by a function (of the record, which may be changed),
+    // by a plain result, or by words that the record's first ones become.
+    void answer(std::uint32_t command, Answer answer) { script(command, std::move(answer), {}); }
+    void answer(std::uint32_t command, int result) {
+        answer(command, [result](void *) { return result; });
+    }
+    void answerWords(std::uint32_t command, const std::vector<std::uint32_t> &words) {
+        answer(command, [words](void *record) {
+            std::copy(words.begin(), words.end(), static_cast<std::uint32_t *>(record));
+            return 0;
+        });
+    }
+
+    // Leaves a command to its driver; a watcher sees the records of those that succeed.
+    void leaveToDriver(std::uint32_t command);
+    void watch(std::uint32_t command, Watcher watcher) { script(command, {}, std::move(watcher)); }
 
     // Lets the open of a path yield a descriptor of one's choice; -1: it fails.
     void openAs(const std::string &path, int fd);
@@ -68,8 +87,11 @@ public:
     int failingCommand = 0;
     int failingMemory = 0;
     bool keepsCalls = true;                                  // else they are just answered
-    std::string readText;                                    // what Device_Read hands out
     std::vector<std::pair<std::size_t, std::uint64_t>> maps; // length and offset
+
+private:
+    void script(std::uint32_t command, Answer answer, Watcher watcher);
+    std::vector<DeviceCall> calls() const;
 };
 
 // The device that the door leads to.

@@ -31,25 +31,20 @@ std::string takeSystemLog() {
     return text;
 }
 
-INTERPOSE(void, vsyslog, (int level, const char *format, va_list arguments)) {
-    log(level, format, arguments);
-}
+#define LOG_LISTS(name, parameters)                                                                \
+    INTERPOSE(void, name, parameters) {                                                            \
+        log(level, format, arguments);                                                             \
+    }
+#define LOG_ARGUMENTS(name, parameters)                                                            \
+    INTERPOSE(void, name, parameters) {                                                            \
+        va_list arguments;                                                                         \
+        va_start(arguments, format);                                                               \
+        log(level, format, arguments);                                                             \
+        va_end(arguments);                                                                         \
+    }
 
-INTERPOSE(void, syslog, (int level, const char *format, ...)) {
-    va_list arguments;
-    va_start(arguments, format);
-    log(level, format, arguments);
-    va_end(arguments);
-}
-
+LOG_LISTS(vsyslog, (int level, const char *format, va_list arguments))
+LOG_ARGUMENTS(syslog, (int level, const char *format, ...))
 // What a fortified build calls.
-INTERPOSE(void, __vsyslog_chk, (int level, int /*flag*/, const char *format, va_list arguments)) {
-    log(level, format, arguments);
-}
-
-INTERPOSE(void, __syslog_chk, (int level, int /*flag*/, const char *format, ...)) {
-    va_list arguments;
-    va_start(arguments, format);
-    log(level, format, arguments);
-    va_end(arguments);
-}
+LOG_LISTS(__vsyslog_chk, (int level, int /*flag*/, const char *format, va_list arguments))
+LOG_ARGUMENTS(__syslog_chk, (int level, int /*flag*/, const char *format, ...))

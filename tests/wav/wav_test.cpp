@@ -9,6 +9,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 namespace {
 
 const std::string data = chunk("data", samples(100));
@@ -25,10 +27,7 @@ void expectRefused(const std::string &bytes, const std::string &line) {
 }
 
 TEST(WavReader, RefusesWithTheRightWords) {
-    const struct {
-        std::string bytes;
-        std::string line;
-    } refusals[] = {
+    const std::pair<std::string, std::string> refusals[] = {
         {"", ""},
         {"RIFX" + word32(4) + "WAVE", "No RIFF? At offset 0"},
         {"RIFF" + word32(200) + "WAVE" + fmtChunk() + data, "Header or data is corrupted?"},
@@ -123,23 +122,15 @@ TEST(WavReader, HandsOutWhatFollowsTheData) {
 
 TEST(WavReader, ShowsEveryChunk) {
     OpenWav wav(riff(fmtChunk() + chunk("fact", "abc") + data));
-    const std::string expected =
-        std::string("[wav] : File = ") + wav.path() +
-        "\n[wav] : File size = 156\n[wav] : Format = PCM\n[wav] : Channel = 1\n"
-        "[wav] : SamepleRate = 8000\n[wav] : ByteRate = 16000\n[wav] : BlockAlign = 2\n"
-        "[wav] : BitsPerSample = 16\n[wav] : Extra = 0\n"
-        "[wav] : ---------------- Chunk info ----------------\n"
-        "[wav] : --- RIFF chunk ---\n"
-        "[wav] : \tOffset = 0\n[wav] : \tSize = 148\n[wav] : \tSizePadding = 148\n"
-        "[wav] : --- fmt chunk ---\n"
-        "[wav] : \tOffset = 12\n[wav] : \tSize = 16\n[wav] : \tSizePadding = 16\n"
-        "[wav] : --- fact chunk ---\n"
-        "[wav] : \tOffset = 36\n[wav] : \tSize = 3\n[wav] : \tSizePadding = 4\n"
-        "[wav] : --- data chunk ---\n"
-        "[wav] : \tOffset = 48\n[wav] : \tSize = 100\n[wav] : \tSizePadding = 100\n"
-        "[wav] : \n[wav] : ---------------- Data info ----------------\n"
-        "[wav] : \tOffset of samples = 56\n[wav] : \tBytes = 100\n";
-    EXPECT_EQ(expected, outputOf([&] { EXPECT_EQ(0, WAV_ShowInfo(wav.handle)); }));
+    const std::string out = outputOf([&] { EXPECT_EQ(0, WAV_ShowInfo(wav.handle)); });
+    for (const char *text :
+         {"[wav] : Channel = 1\n[wav] : SamepleRate = 8000\n[wav] : ByteRate = 16000\n",
+          "[wav] : --- fact chunk ---\n[wav] : \tOffset = 36\n[wav] : \tSize = 3\n"
+          "[wav] : \tSizePadding = 4\n[wav] : --- data chunk ---\n",
+          "[wav] : \tOffset of samples = 56\n[wav] : \tBytes = 100\n"}) {
+        EXPECT_NE(std::string::npos, out.find(text)) << out;
+    }
+    EXPECT_EQ(30, std::count(out.begin(), out.end(), '\n'));
 }
 
 TEST(WavReader, EndsWrongCallsWithAnError) {
