@@ -59,5 +59,8 @@ int talk(const CameraDir &dir, bool on);
 // Prints the requests that the settings daemon has had.
 int showLog(const CameraDir &dir);
 
+// Prints what a daemon's trace tells, and sums it up.
+int showTrace(const std::string &file);
+
 // Asks for a tuning run with this argument.
 int tune(const CameraDir &dir, std::uint32_t argument);

@@ -90,6 +90,13 @@ void addTalk(CLI::App &app, std::string &state, std::function<int()> &command,
     talkCommand->callback([&] { command = [&] { return talk(CameraDir(dir), state == "on"); }; });
 }
 
+void addTrace(CLI::App &app, std::string &file, std::function<int()> &command) {
+    CLI::App *const trace =
+        app.add_subcommand("trace", "Print what libvcam_trace.so has recorded of a daemon's life");
+    trace->add_option("file", file, "What VOXO_TRACE named")->required()->check(CLI::ExistingFile);
+    trace->callback([&] { command = [&] { return showTrace(file); }; });
+}
+
 int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
@@ -121,6 +128,9 @@ int run(int argc, char **argv) {
     app.add_subcommand("log", "Show the requests to the settings daemon")->callback([&] {
         command = [&] { return showLog(CameraDir(dir)); };
     });
+
+    std::string traceFile;
+    addTrace(app, traceFile, command);
 
     std::size_t records = 0;
     CLI::App *const soakCommand = app.add_subcommand(
