@@ -5,38 +5,45 @@
 // began; a record's is that of the call's return. Records are in the order in which calls returned,
 // but for a signal, whose time may be a little before that of the record in front of it.
 //
-// Every record has a call's result, its errno where the result is negative (else 0), the descriptor
-// that it was about (else -1) and how long it took. The rest goes by kind; what is not named is 0:
+// | bytes | of                                                                                    |
+// |-------|---------------------------------------------------------------------------------------|
+// | 8     | file: magic "VOXOTRC1"                                                                |
+// | 4 4   | file: size of a pointer, 0                                                            |
+// | 2 2 4 | header: kind, flags, bytes that follow this header                                    |
+// | 8     | header: time                                                                          |
+// | 4 4   | call: result; errno where the result is negative, else 0                              |
+// | 4     | call: descriptor, segment or set that it was about, else -1                           |
+// | 4 4   | call: argument, more; see below                                                       |
+// | 4 8   | call: bytes of data that there were; how long the call took                           |
 //
-// | kind       | result      | descriptor | argument           | more             | data |
-// |------------|-------------|------------|--------------------|------------------|-------------------|
-// | start      | process id  |            |                    |                  | arguments, each
-// | |            |             |            |                    |                  | with its end
-// | | detach     | daemon()'s  |            | process id after   |                  | | | end |
-// records lost|            | a TraceEnd         | exit status      |                   | | open |
-// descriptor  |            | flags              | device           | path              | |
-// openStream | 0 or -1     |            |                    |                  | path | | look |
-// the call's  |            | a TraceLook        | access's mode    | path              | | close |
-// the call's  | closed     |                    | device           |                   | | command
-// | the driver's| commanded  | command            | device           | see below         | | map |
-// 0 or -1     | mapped     | length             | device           |                   | |
-// deviceRead | count       | read       | room               | device           | bytes | | bind |
-// the call's  | bound      |                    |                  | path              | | datagram
-// | count       | read       | room               |                  | bytes             | |
-// message    | count       | read       | room               |                  | bytes | | connect
-// | the call's  | connected  |                    |                  | path              | |
-// request    | count       | sent to    | size               | flags            | bytes | | reply
-// | count       | read       | room               |                  | bytes             | |
-// fileBytes  | count       | read       | room               | offset           | bytes | | wait |
-// the call's  |            | patience, ms, or   | a TraceWait      | descriptors that  | | | | |
-// traceForEver       |                  | are ready, i32    | | sleep      | the call's  | |
-// microseconds       | a TraceSleep     |                   | | handler    | 0 or -1     | | signal
-// | a TraceHandler   |                   | | signal     | 0           |            | signal | its
-// sender or 0  |                   | | snapshot   | the call's  |            | key, command,      |
-// a TraceSnapshot  | of semop: its     | |            |             | segment or | operations or |
-// | operations; of    | |            |             | set        | flags              | | shmctl:
-// u32 size  | | segment    | 0           | segment    |                    |                  |
-// what is in it     |
+// What is not named is 0. A result of a call that gives an address or a stream is 0, or -1.
+//
+// | kind       | result       | argument             | more           | data                     |
+// |------------|--------------|----------------------|----------------|--------------------------|
+// | start      | process id   |                      |                | arguments, each with \0  |
+// | detach     | of daemon()  | process id from here |                |                          |
+// | end        | records lost | a TraceEnd           | status, atOnce |                          |
+// | open       | descriptor   | flags                | device         | path                     |
+// | openStream | of fopen()   |                      |                | path                     |
+// | look       | the call's   | a TraceLook          | access's mode  | path                     |
+// | close      | the call's   |                      | device         |                          |
+// | command    | the driver's | command              | device         | records, period          |
+// | map        | of mmap()    | length               | device         |                          |
+// | deviceRead | count        | room                 | device         | bytes                    |
+// | bind       | the call's   |                      |                | path                     |
+// | datagram   | count        | room                 |                | bytes                    |
+// | message    | count        | room                 |                | bytes                    |
+// | connect    | the call's   |                      |                | path                     |
+// | request    | count        | size                 | flags          | bytes                    |
+// | reply      | count        | room                 |                | bytes                    |
+// | fileBytes  | count        | room                 | file offset    | bytes                    |
+// | wait       | the call's   | ms or traceForEver   | a TraceWait    | ready descriptors, i32   |
+// | sleep      | the call's   | microseconds         | a TraceSleep   |                          |
+// | handler    | of signal()  | signal               | a TraceHandler |                          |
+// | signal     | 0            | signal               | sender or 0    |                          |
+// | snapshot   | the call's   | key, command, count  | a TraceSnapshot| operations, size         |
+// |            |              | or flags             |                |                          |
+// | segment    | 0            |                      |                | what is in the segment   |
 //
 // `device` is a path's place in cameraDevicePaths counted from 1, and 0 for any other. A command's
 // data are the record before the call and after it, each of the size that the command names, or
@@ -88,7 +95,7 @@ enum class TraceKind : std::uint16_t {
 };
 constexpr std::uint16_t traceKindEnd = static_cast<std::uint16_t>(TraceKind::segment) + 1;
 
-enum class TraceEnd : std::uint32_t { exit, limit };
+enum class TraceEnd : std::uint32_t { exit, atOnce, limit };
 enum class TraceLook : std::uint32_t { access, stat };
 enum class TraceWait : std::uint32_t { select, poll };
 enum class TraceSleep : std::uint32_t { sleep, usleep, clockNanosleep };

@@ -206,7 +206,7 @@ std::size_t readArguments(char *arguments) {
 }
 
 [[gnu::destructor]] void endWithProcess() {
-    traceEnd(0);
+    traceEnd(TraceEnd::exit, 0);
 }
 
 } // namespace
@@ -281,14 +281,14 @@ void traceFlush() {
     }
 }
 
-void traceEnd(int status) {
+void traceEnd(TraceEnd reason, int status) {
     if (!traceIsOn()) {
         return;
     }
     const Writing writing;
     if (writing.isMine() && traceIsOn()) {
         addSignals();
-        close(TraceEnd::exit, status);
+        close(reason, status);
     }
 }
 

@@ -50,8 +50,8 @@ void traceSignal(int number, int sender);
 // Writes out what is recorded so far: before the daemon waits.
 void traceFlush();
 
-// Ends the trace with the process.
-void traceEnd(int status);
+// Ends the trace with the process, which hands out this status if it ends at once.
+void traceEnd(TraceEnd reason, int status);
 
 // The process is a child, which has no trace.
 void traceForget();

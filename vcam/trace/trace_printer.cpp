@@ -77,9 +77,11 @@ std::string describeDetach(const TraceRecord &record) {
 }
 
 std::string describeEnd(const TraceRecord &record) {
-    std::string text = static_cast<TraceEnd>(record.call.argument) == TraceEnd::limit
-                           ? "end: the trace has reached its limit"
-                           : "end, status " + std::to_string(record.call.more);
+    std::string text = nameIn<3>({"end", "end at once", "end: the trace has reached its limit"},
+                                 record.call.argument);
+    if (static_cast<TraceEnd>(record.call.argument) == TraceEnd::atOnce) {
+        text += ", status " + std::to_string(record.call.more);
+    }
     if (record.call.result != 0) {
         text += ", " + std::to_string(record.call.result) + " records lost";
     }
@@ -105,11 +107,8 @@ std::string describeClose(const TraceRecord &record) {
 std::string describeCommand(const TraceRecord &record) {
     const TraceCommand command = commandOf(record);
     std::string text = commandName(record.call.argument) + resultOf(record);
-    if (!command.period.empty()) {
-        // The record's second word says whether there are two sides.
-        const bool isStereo = command.before.size() > 4 && command.before[4] != 0;
-        text +=
-            " (" + std::to_string(command.period.size() / (isStereo ? 2 : 1)) + " bytes a side)";
+    if (!command.sides[0].empty()) {
+        text += " (" + std::to_string(command.sides[0].size()) + " bytes a side)";
     }
     return text + (record.call.duration >= millisecond ? took(record) : "");
 }

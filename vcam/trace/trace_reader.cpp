@@ -90,5 +90,9 @@ void TraceReader::check(const TraceRecord &record) const {
 TraceCommand commandOf(const TraceRecord &record) {
     const std::span<const std::uint8_t> data = record.data;
     const std::size_t size = data.empty() ? 0 : commandRecordSize(record.call.argument);
-    return {data.first(size), data.subspan(size, size), data.subspan(2 * size)};
+    const std::span<const std::uint8_t> period = data.subspan(2 * size);
+    // The second word of a period's record says whether there are two sides.
+    const bool isStereo = size > sizeof(std::uint32_t) && data[sizeof(std::uint32_t)] != 0;
+    const std::size_t side = period.size() / (isStereo ? 2 : 1);
+    return {data.first(size), data.subspan(size, size), {period.first(side), period.subspan(side)}};
 }

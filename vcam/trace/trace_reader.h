@@ -25,7 +25,7 @@ struct TraceRecord {
 struct TraceCommand {
     std::span<const std::uint8_t> before;
     std::span<const std::uint8_t> after;
-    std::span<const std::uint8_t> period; // all sides; empty unless the driver has taken one
+    std::span<const std::uint8_t> sides[2]; // of a period that the driver has taken, or empty
 };
 
 class TraceReader {

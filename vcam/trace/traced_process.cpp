@@ -132,7 +132,7 @@ INTERPOSE(int, daemon, (int keepsDirectory, int keepsStreams)) {
 }
 
 INTERPOSE(void, _exit, (int status)) {
-    traceEnd(status);
+    traceEnd(TraceEnd::atOnce, status);
     NEXT(void (*)(int), _exit)(status);
     __builtin_unreachable();
 }

@@ -1,0 +1,89 @@
+#include "tests/support/camera_process.h"
+#include "vcam/camera/camera.h"
+#include "vcam/trace/trace_reader.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// A trace's records, and how many bytes of one that is not whole follow.
+std::pair<std::vector<TraceRecord>, std::uint64_t> recordsOf(const std::string &file) {
+    TraceReader reader(file);
+    std::vector<TraceRecord> records;
+    while (std::optional<TraceRecord> record = reader.next()) {
+        records.push_back(*std::move(record));
+    }
+    return {records, reader.cutBytes()};
+}
+
+// Runs `script` with the library at descriptor 9, the trace's file as $1 and `argument` as $2.
+std::vector<std::string> traced(const std::string &script, const std::string &file,
+                                const std::string &argument = "") {
+    const std::string begin = R"(exec 9<"$0"; export VOXO_TRACE="$1"; )";
+    return {"/bin/sh", "-c", begin + script, underTest("lib/libvcam_trace.so"), file, argument};
+}
+
+// Behind a sanitizer's library and in front of the board's, the library sees all that is played.
+TEST(Trace, HoldsWhatTheDaemonPlayed) {
+    const CameraProcess camera({"--bare", "--fast"});
+    const TemporaryFile file("");
+    const TemporaryFile out("");
+    const std::string script = R"(board=${LD_PRELOAD##*:}
+        LD_PRELOAD=${LD_PRELOAD%"$board"}/proc/self/fd/9:$board exec "$2" -c "$VCAM_DIR/voxo.xml")";
+    std::vector<std::string> command = traced(script, file.path(), underTest("bin/voxo"));
+    command.insert(command.begin(), {vcamPath(), "--dir", camera.dir(), "exec"});
+    Child daemon;
+    start(daemon, command, out.path(), out.path());
+    eventually([&] { return contentsOf(out.path()).find("initialized!") != std::string::npos; });
+    camera.expectPlaysSpeech();
+    kill(daemon.pid(), SIGTERM);
+    EXPECT_EQ(0, waitFor(daemon)) << contentsOf(out.path());
+
+    std::string played; // bytes, left and right
+    std::vector<TraceRecord> records = recordsOf(file.path()).first;
+    EXPECT_EQ(TraceKind::end, records.back().kind());
+    std::erase_if(records, [](const auto &record) { return record.kind() != TraceKind::command; });
+    for (const TraceRecord &record : records) {
+        const TraceCommand sent = commandOf(record);
+        const auto &[left, right] = sent.sides;
+        for (auto l = left.begin(), r = right.begin(); l < left.end(); l += 2, r += 2) {
+            played.append(l, l + 2).append(r, r + 2);
+        }
+    }
+    const std::vector<std::int16_t> heard = camera.heard();
+    EXPECT_EQ(std::string(reinterpret_cast<const char *>(heard.data()), 2 * heard.size()), played);
+}
+
+// A trace stops with a whole record where there is no more room, and its program goes on.
+TEST(Trace, EndsWholeWhereRoomEnds) {
+    const TemporaryFile read(std::string(300'000, 'x'));
+    for (const std::string limit : {"ulimit -f 64", "export VOXO_TRACE_LIMIT=32768"}) {
+        const TemporaryFile file("");
+        const std::string script = R"(; LD_PRELOAD=/proc/self/fd/9 cat "$2" | wc -c)";
+        EXPECT_EQ("300000\n", runProgram(traced(limit + script, file.path(), read.path())).out);
+        const auto [records, cutBytes] = recordsOf(file.path());
+        EXPECT_EQ(std::pair(limit[0] == 'e', std::uint64_t{0}),
+                  std::pair(records.back().kind() == TraceKind::end, cutBytes));
+        EXPECT_GE(32768U, std::filesystem::file_size(file.path()));
+    }
+}
+
+TEST(Trace, NamesTheDamagedByte) {
+    const TemporaryFile file("");
+    runProgram(traced("LD_PRELOAD=/proc/self/fd/9 exec true", file.path()));
+    const std::string whole = contentsOf(file.path());
+    EXPECT_EQ(15U, recordsOf(TemporaryFile(whole.substr(0, 31)).path()).second);
+    using Damage = std::tuple<std::size_t, char, std::string>; // byte, value, byte that is named
+    for (const auto &[byte, value, place] :
+         {Damage{0, 'v', "0:"}, Damage{8, 5, "8:"}, Damage{16, 99, "16:"}, Damage{18, 2, "16:"},
+          Damage{20, 31, "16:"}, Damage{22, 2, "16:"}, Damage{52, 1, "16:"}}) {
+        try {
+            recordsOf(TemporaryFile(std::string(whole).replace(byte, 1, 1, value)).path());
+            ADD_FAILURE() << byte;
+        } catch (const CameraError &error) {
+            EXPECT_NE(std::string::npos, std::string(error.what()).find(" at byte " + place));
+        }
+    }
+}
+
+} // namespace
