@@ -1,5 +1,6 @@
 # What goes on a camera. The component `voxo` is the product. `camera` holds the stand-ins for the two
-# libraries that a camera brings itself, and is installed only when it is asked for by name.
+# libraries that a camera brings itself, `trace` what writes down the daemon's life there; these two are
+# installed only when they are asked for by name.
 
 include(GNUInstallDirs)
 set(packaging ${CMAKE_SOURCE_DIR}/packaging)
@@ -18,6 +19,11 @@ configure_file(${packaging}/voxo.8.in ${CMAKE_BINARY_DIR}/voxo.8 @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/voxo.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT voxo)
 install(TARGETS quill message
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT camera NAMELINK_SKIP EXCLUDE_FROM_ALL)
+
+if(TARGET vcam_trace)
+    install(TARGETS vcam_trace
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT trace EXCLUDE_FROM_ALL)
+endif()
 
 # cpack: an archive for each component.
 set(CPACK_GENERATOR TGZ)

@@ -19,7 +19,7 @@ constexpr char devicesBegin[] = "/dev/";
 Descriptor descriptors[descriptorCount];
 
 std::uint8_t deviceNumber(const char *path) {
-    for (std::uint8_t i = 0; i < std::size(cameraDevicePaths); ++i) {
+    for (std::size_t i = 0; i < std::size(cameraDevicePaths); ++i) {
         if (std::strcmp(path, cameraDevicePaths[i]) == 0) {
             return static_cast<std::uint8_t>(i + 1);
         }

@@ -153,6 +153,15 @@ INTERPOSE(int, fclose, (std::FILE * stream)) {
     return NEXT(int (*)(std::FILE *), fclose)(stream);
 }
 
+#ifndef __LP64__
+// Names that 32-bit programs with 64-bit times reach.
+#ifdef __GLIBC__
+INTERPOSE_TRACED_STAT(__stat64_time64, void)
+#else
+INTERPOSE_TRACED_STAT(__stat_time64, void)
+#endif
+#endif
+
 #ifdef __GLIBC__
 // The names of programs with 64-bit file offsets, and of programs whose buffers are guarded.
 INTERPOSE_TRACED_OPEN(open64)
@@ -167,13 +176,4 @@ INTERPOSE(ssize_t, __read_chk, (int fd, void *buffer, std::size_t size, std::siz
     }
     return readTraced(NEXT(Read, read), fd, buffer, size);
 }
-#endif
-
-#ifndef __LP64__
-// Names that 32-bit programs with 64-bit times reach.
-#ifdef __GLIBC__
-INTERPOSE_TRACED_STAT(__stat64_time64, void)
-#else
-INTERPOSE_TRACED_STAT(__stat_time64, void)
-#endif
 #endif
