@@ -2,13 +2,13 @@
 #include "vcam/camera/camera_paths.h"
 #include "vcam/preload/board_process.h"
 #include "vcam/preload/interpose.h"
+#include "vcam/preload/socket_path.h"
 
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 namespace {
 
@@ -16,18 +16,11 @@ namespace {
 class CameraAddress {
 public:
     CameraAddress(const sockaddr *address, socklen_t length) : address_(address), length_(length) {
-        constexpr std::size_t pathOffset = offsetof(sockaddr_un, sun_path);
-        if (cameraDir() == nullptr || length <= pathOffset || length > sizeof(sockaddr_un) ||
-            address->sa_family != AF_UNIX) {
+        const SocketPath path(address, length);
+        if (cameraDir() == nullptr || !isCameraPath(path.get())) {
             return;
         }
-        char path[sizeof(sockaddr_un::sun_path) + 1] = {};
-        std::memcpy(path, reinterpret_cast<const char *>(address) + pathOffset,
-                    length - pathOffset);
-        if (!isCameraPath(path)) {
-            return;
-        }
-        const std::size_t placed = socketAddressOf(cameraDir(), cameraDirFd(), path, &own_);
+        const std::size_t placed = socketAddressOf(cameraDir(), cameraDirFd(), path.get(), &own_);
         address_ = placed > 0 ? reinterpret_cast<const sockaddr *>(&own_) : nullptr;
         length_ = static_cast<socklen_t>(placed);
     }

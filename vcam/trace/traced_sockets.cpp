@@ -1,45 +1,22 @@
 // The stream's socket, and those by which the settings daemon is asked.
 #include "vcam/camera/camera_paths.h"
 #include "vcam/preload/interpose.h"
+#include "vcam/preload/socket_path.h"
 #include "vcam/trace/descriptors.h"
 #include "vcam/trace/trace_library.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <cstddef>
 #include <cstring>
 
-namespace {
-
-// The path of a local socket's address, which need not end with a terminator; empty for any other
-// address.
-class SocketPath {
-public:
-    SocketPath(const sockaddr *address, socklen_t length) {
-        constexpr std::size_t pathOffset = offsetof(sockaddr_un, sun_path);
-        if (address != nullptr && length > pathOffset && length <= sizeof(sockaddr_un) &&
-            address->sa_family == AF_UNIX) {
-            std::memcpy(path_, reinterpret_cast<const char *>(address) + pathOffset,
-                        length - pathOffset);
-        }
-    }
-
-    const char *get() const { return path_; }
-    bool is(const char *path) const { return std::strcmp(path_, path) == 0; }
-
-private:
-    char path_[sizeof(sockaddr_un::sun_path) + 1] = {};
-};
-
-} // namespace
-
+// The daemon binds one local socket, that of the stream, at the path that its configuration names.
 INTERPOSE(int, bind, (int fd, const sockaddr *address, socklen_t length)) {
     using Bind = int (*)(int, const sockaddr *, socklen_t);
     const TracedCall made;
     const int result = NEXT(Bind, bind)(fd, address, length);
     const SocketPath path(address, length);
-    if (path.is(streamSocketPath)) {
+    if (path.get()[0] != '\0') {
         noteRole(fd, result == 0 ? DescriptorRole::stream : DescriptorRole::none);
         made.recordPath(TraceKind::bind, {.result = result, .fd = fd}, path.get());
     }
@@ -51,7 +28,7 @@ INTERPOSE(int, connect, (int fd, const sockaddr *address, socklen_t length)) {
     const TracedCall made;
     const int result = NEXT(Connect, connect)(fd, address, length);
     const SocketPath path(address, length);
-    if (path.is(tesselSocketPath)) {
+    if (std::strcmp(path.get(), tesselSocketPath) == 0) {
         noteRole(fd, DescriptorRole::settings);
         made.recordPath(TraceKind::connect, {.result = result, .fd = fd}, path.get());
     }
