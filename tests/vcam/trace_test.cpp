@@ -1,4 +1,5 @@
 #include "tests/support/camera_process.h"
+#include "tests/wav/wav_bytes.h"
 #include "vcam/camera/camera.h"
 #include "vcam/trace/trace_reader.h"
 
@@ -36,6 +37,9 @@ TEST(Trace, HoldsWhatTheDaemonPlayed) {
     start(daemon, command, out.path(), out.path());
     eventually([&] { return contentsOf(out.path()).find("initialized!") != std::string::npos; });
     camera.expectPlaysSpeech();
+    const TemporaryFile clip(riff(fmtChunk({.channels = 2}) + chunk("data", samples(20000))));
+    EXPECT_EQ(0, camera.vcam({"clip", "start", clip.path()}).status); // its sides differ
+    eventually([&] { return contentsOf(out.path()).find("to the end") != std::string::npos; });
     kill(daemon.pid(), SIGTERM);
     EXPECT_EQ(0, waitFor(daemon)) << contentsOf(out.path());
 
