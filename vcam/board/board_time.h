@@ -9,6 +9,7 @@
 constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::uint64_t nanosecondsPerMillisecond = 1'000'000;
 constexpr std::uint64_t nanosecondsPerMicrosecond = 1'000;
+constexpr std::uint64_t endOfTime = UINT64_MAX;
 
 class BoardTime {
 public:

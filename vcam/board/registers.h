@@ -14,7 +14,7 @@ using Register = std::atomic<std::uint32_t>;
 static_assert(sizeof(Register) == 4 && Register::is_always_lock_free);
 
 constexpr std::uint32_t boardMagic = 0x6D616376; // "vcam"
-constexpr std::uint32_t boardLayout = 3;
+constexpr std::uint32_t boardLayout = 4;
 
 constexpr std::uint32_t aoChannelCount = 16;
 constexpr std::uint32_t aoQueueRoom = 50;     // periods, of any device attributes
@@ -156,6 +156,37 @@ struct LossRegisters {
     Register error; // errno of the last
 };
 
+// What the daemon's process asks of the world that keeps the virtual clock.
+enum : std::uint32_t {
+    worldCarriesOutWhatIsDue = 1, // time does not pass
+    worldGoesOn = 2,              // until something has come, or the deadline
+    worldLogsLine = 3,
+};
+
+// Whose turn it is: only one of the two ever runs.
+enum : std::uint32_t {
+    turnOfDaemon = 0,
+    turnOfWorld = 1,
+};
+
+constexpr std::uint32_t worldLineRoom = 2048;
+
+// The virtual clock. Each side changes these registers only in its turn.
+struct WorldRegisters {
+    Register isOn; // 0: the camera lives on the wall's clock
+    Register turn;
+    Register request;
+    Register word;        // a register's number that the wait is for; 0: none
+    Register seen;        // its value when the wait began
+    Register signal;      // answer: to be raised before the wait ends; 0: none
+    Register now[2];      // nanoseconds, the low half first
+    Register deadline[2]; // of the wait
+    Register commands[2]; // digest of all driver commands so far
+    Register commandCount;
+    Register lineLength;
+    char line[worldLineRoom]; // for the system log
+};
+
 struct BoardRegisters {
     Register magic;
     Register layout;
@@ -173,5 +204,16 @@ struct BoardRegisters {
     AoPeriodSlot queue[aoChannelCount][aoQueueRoom];
     Register soundsBegun; // grows when a sender begins a sound: a gap before it is no dropout
     LossRegisters loss;
+    WorldRegisters world;
 };
 static_assert(offsetof(BoardRegisters, queue) % 4 == 0);
+
+// Two registers as one number; for those that one process changes at a time.
+inline std::uint64_t longRegister(const Register (&halves)[2]) {
+    return halves[0] | static_cast<std::uint64_t>(halves[1]) << 32;
+}
+
+inline void setLongRegister(Register (&halves)[2], std::uint64_t value) {
+    halves[0] = static_cast<std::uint32_t>(value);
+    halves[1] = static_cast<std::uint32_t>(value >> 32);
+}

@@ -2,6 +2,8 @@
 
 #include "vcam/camera/camera_paths.h"
 #include "vcam/preload/call_fault.h"
+#include "vcam/preload/command_digest.h"
+#include "vcam/preload/world_turn.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -25,7 +27,8 @@ int directoryFd = -1;
 
 alignas(Board) unsigned char boardMemory[sizeof(Board)];
 alignas(BoardDevices) unsigned char devicesMemory[sizeof(BoardDevices)];
-alignas(SystemBoardTime) unsigned char timeMemory[sizeof(SystemBoardTime)];
+SystemBoardTime systemTime;
+VirtualBoardTime virtualTime;
 
 OpenDevice openDevices[descriptorCount];
 std::atomic<bool> isOpenDevice[descriptorCount];
@@ -90,8 +93,8 @@ std::uint64_t startTime() {
     if (memoryFd < 0 || directoryFd < 0) {
         refuseToRun("no memory of the board");
     }
-    auto *const time = new (timeMemory) SystemBoardTime;
-    auto *const board = new (boardMemory) Board{*registers, memoryFd, *time, startTime()};
+    BoardTime &time = registers->world.isOn != 0 ? static_cast<BoardTime &>(virtualTime) : systemTime;
+    auto *const board = new (boardMemory) Board{*registers, memoryFd, time, startTime()};
     new (devicesMemory) BoardDevices(*board);
     if (std::getenv(probeVariable) != nullptr) {
         _exit(boardIsLoaded);
@@ -152,7 +155,12 @@ OpenDevice *openDeviceOf(int fd) {
 }
 
 int deviceCommand(OpenDevice &open, unsigned long request, void *record) {
-    return devices().command(*open.device, open.file, static_cast<std::uint32_t>(request), record);
+    const auto command = static_cast<std::uint32_t>(request);
+    const int result = devices().command(*open.device, open.file, command, record);
+    if (isTimeVirtual()) {
+        addToDigest(processBoard().registers.world, command, record, result);
+    }
+    return result;
 }
 
 void forgetDevice(int fd) {

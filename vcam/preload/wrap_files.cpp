@@ -3,6 +3,7 @@
 #include "vcam/preload/board_process.h"
 #include "vcam/preload/interpose.h"
 #include "vcam/preload/optional_argument.h"
+#include "vcam/preload/world_socket.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -47,7 +48,7 @@ void *mapFile(void *address, std::size_t length, int protection, int flags, int 
 ssize_t readFile(int fd, void *buffer, std::size_t size) {
     OpenDevice *const open = openDeviceOf(fd);
     return open != nullptr ? open->device->read(open->file, buffer, size)
-                           : syscall(SYS_read, fd, buffer, size);
+                           : readFromFile(fd, buffer, size);
 }
 
 int controlFile(int fd, int command, void *argument) {
@@ -78,6 +79,7 @@ INTERPOSE(int, __open_2, (const char *path, int flags)) {
 
 INTERPOSE(int, close, (int fd)) {
     forgetDevice(fd);
+    forgetSocket(fd);
     return static_cast<int>(syscall(SYS_close, fd));
 }
 

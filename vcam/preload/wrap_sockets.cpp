@@ -3,6 +3,7 @@
 #include "vcam/preload/board_process.h"
 #include "vcam/preload/interpose.h"
 #include "vcam/preload/socket_path.h"
+#include "vcam/preload/world_socket.h"
 
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -50,8 +51,7 @@ INTERPOSE(int, bind, (int fd, const sockaddr *address, socklen_t length)) {
 
 INTERPOSE(int, connect, (int fd, const sockaddr *address, socklen_t length)) {
     const CameraAddress camera(address, length);
-    return camera.fits() ? static_cast<int>(syscall(SYS_connect, fd, camera.get(), camera.length()))
-                         : -1;
+    return camera.fits() ? connectSocket(fd, camera.get(), camera.length()) : -1;
 }
 
 INTERPOSE(ssize_t, sendto,

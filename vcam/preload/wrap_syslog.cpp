@@ -4,6 +4,7 @@
 #include "vcam/camera/camera_paths.h"
 #include "vcam/preload/board_process.h"
 #include "vcam/preload/interpose.h"
+#include "vcam/preload/world_turn.h"
 
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -23,6 +24,10 @@ const char *identity = "";
 int facility = LOG_USER;
 
 void send(const char *message, std::size_t length) {
+    if (isTimeVirtual()) {
+        logInWorld(message, length);
+        return;
+    }
     sockaddr_un address = {};
     const std::size_t addressLength =
         socketAddressOf(cameraDir(), cameraDirFd(), logSocketPath, &address);

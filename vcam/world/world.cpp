@@ -1,0 +1,201 @@
+#include "vcam/world/world.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstddef>
+#include <utility>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto hangPatience = std::chrono::seconds(30); // of the wall's clock, at one go
+constexpr Moment endPatience = 60 * nanosecondsPerSecond;
+constexpr std::uint64_t lookAtDaemon = 2 * nanosecondsPerMillisecond;
+constexpr std::uint64_t mostTurns = 5'000'000; // at one moment
+
+// The clock does not begin at 0, which stands for "never" in places.
+constexpr Moment switchedOn = nanosecondsPerSecond;
+
+void setUp(BoardRegisters &registers) {
+    registers.world.isOn = 1;
+    setLongRegister(registers.world.now, switchedOn);
+}
+
+} // namespace
+
+void World::Speaker::play(const PlayFormat &format, std::span<const std::int32_t> samples) {
+    world_.observer_.onSound(world_.now_, format, samples);
+}
+
+World::World(const CameraDir &dir, Target target, WorldObserver &observer)
+    : dir_(dir), target_(std::move(target)), observer_(observer), lock_(lockDirectory(dir_)),
+      files_(dir_), board_(dir_, MappedBoard::Mode::create),
+      dac_(board_.registers(), time_, speaker_),
+      tessel_(
+          dir_,
+          [this](const std::string &key) {
+              if (key == "audioout_c0_volume" && isDaemonAlive()) {
+                  signalDaemon(SIGHUP);
+              }
+          },
+          [this](const std::string &line) { say(Voice::tessel, line); }),
+      senders_(dir_,
+               [this](const WorldSenders::Record &record) { observer_.onRecord(now_, record); }),
+      output_(dir_.path() / "voxo.log") {
+    setUp(registers());
+}
+
+void World::say(Voice voice, const std::string &line) {
+    observer_.onLine(now_, voice, line);
+}
+
+void World::startDaemon() {
+    if (isDaemonAlive()) {
+        return;
+    }
+    if (!std::exchange(hasBoardBeenTried_, true)) {
+        requireBoard(dir_, target_);
+    }
+    signals_.clear();
+    registers().world.turn = turnOfDaemon;
+    daemon_.start(commandOn(target_, {target_.voxoFile(), "-c", dir_.configFile().string(), "-p",
+                                      voxoPidPath}),
+                  [&] {
+                      enterBoard(dir_, target_);
+                      output_.redirect();
+                  });
+    output_.daemonStarted(daemon_.pid());
+}
+
+void World::signalDaemon(int signal) {
+    if (signal != SIGKILL) {
+        signals_.push_back(signal);
+    } else if (isDaemonAlive()) {
+        kill(daemon_.pid(), SIGKILL);
+    }
+}
+
+void World::advanceTo(Moment moment) {
+    if (moment > now_) {
+        now_ = moment;
+        turnsAtThisMoment_ = 0;
+        setLongRegister(registers().world.now, switchedOn + now_);
+    }
+}
+
+// Whether the register that the daemon waits for is no longer what it was.
+bool World::isChanged() const {
+    const BoardRegisters &all = const_cast<World *>(this)->board_.registers();
+    const std::uint32_t word = all.world.word;
+    return word != 0 && reinterpret_cast<const Register *>(&all)[word] != all.world.seen;
+}
+
+// True: something that may concern the daemon has happened.
+bool World::carryOutDue() {
+    const bool any = agenda_.carryOut(now_);
+    const bool sent = senders_.flush();
+    const bool answered = tessel_.serve(now_, agenda_);
+    dacNext_ = dac_.run(now_);
+    return any || sent || answered || isChanged() || !signals_.empty();
+}
+
+// Waits until the daemon hands the turn over. False: it has ended.
+bool World::awaitDaemon() {
+    const auto deadline = Clock::now() + hangPatience;
+    Register &turn = registers().world.turn;
+    while (turn != turnOfWorld) {
+        wall_.waitForChange(turn, turnOfDaemon, wall_.now() + lookAtDaemon);
+        if (turn == turnOfWorld) {
+            break;
+        }
+        if (const std::optional<int> status = daemon_.poll()) {
+            daemonEnded(*status);
+            return false;
+        }
+        if (Clock::now() > deadline) {
+            throw CameraError("the daemon hangs");
+        }
+    }
+    return true;
+}
+
+void World::daemonEnded(int status) {
+    output_.finish([this](const std::string &line) { say(Voice::daemon, line); });
+    senders_.daemonEnded();
+    signals_.clear();
+    observer_.onDaemonEnd(now_, status);
+}
+
+void World::answerDaemon() {
+    WorldRegisters &world = registers().world;
+    if (++turnsAtThisMoment_ > mostTurns) {
+        throw CameraError("the daemon goes round without time passing");
+    }
+    output_.collect([this](const std::string &line) { say(Voice::daemon, line); });
+    switch (world.request) {
+    case worldLogsLine: {
+        const std::size_t length = std::min(world.lineLength.load(), worldLineRoom);
+        std::string line(world.line, length);
+        line.erase(line.find_last_not_of('\n') + 1);
+        say(Voice::systemLog, output_.masked(line));
+        break;
+    }
+    case worldGoesOn:
+        goOn();
+        break;
+    default:
+        world.word = 0;
+        carryOutDue();
+        break;
+    }
+    world.signal = 0;
+    if (world.request != worldLogsLine && !signals_.empty()) {
+        world.signal = static_cast<std::uint32_t>(signals_.front());
+        signals_.pop_front();
+    }
+    world.turn = turnOfDaemon;
+    wall_.wake(world.turn);
+}
+
+void World::goOn() {
+    const Moment asked = longRegister(registers().world.deadline);
+    const Moment deadline = asked == endOfTime ? asked : asked - std::min(asked, switchedOn);
+    while (!carryOutDue() && now_ < deadline) {
+        const Moment next = std::min({deadline, agenda_.next(), dacNext_});
+        if (next == endOfTime) {
+            throw CameraError("the daemon waits for what never comes");
+        }
+        advanceTo(next);
+    }
+}
+
+// While there is no daemon.
+void World::goOnAlone(Moment end) {
+    carryOutDue();
+    if (!isDaemonAlive()) {
+        advanceTo(std::min({end, agenda_.next(), dacNext_}));
+    }
+}
+
+void World::end() {
+    say(Voice::world, "the end");
+    agenda_.add(now_ + endPatience, [this] {
+        if (isDaemonAlive()) {
+            throw CameraError("the daemon does not end");
+        }
+    });
+    signalDaemon(SIGTERM);
+}
+
+void World::live(Moment end) {
+    agenda_.add(end, [this] { this->end(); });
+    while (now_ < end || isDaemonAlive()) {
+        if (!isDaemonAlive()) {
+            goOnAlone(end);
+        } else if (awaitDaemon()) {
+            answerDaemon();
+        }
+    }
+}

@@ -1,0 +1,121 @@
+// A camera on the virtual clock. The unmodified daemon runs in its process, everything around it in
+// this one, and only one of the two at a time: the daemon until it waits, the world until what it
+// waits for has come. Nothing waits for the wall's clock, nothing hangs on which process is
+// scheduled when, so the same life is the same to the byte.
+#pragma once
+
+#include "vcam/camera/camera_files.h"
+#include "vcam/camera/child.h"
+#include "vcam/camera/environment.h"
+#include "vcam/camera/mapped_board.h"
+#include "vcam/speaker/dac.h"
+#include "vcam/world/daemon_output.h"
+#include "vcam/world/moody_tessel.h"
+#include "vcam/world/virtual_clock.h"
+#include "vcam/world/world_senders.h"
+
+#include <deque>
+#include <span>
+#include <string>
+
+// Who says a line of the log.
+enum class Voice { daemon, systemLog, tessel, world };
+
+// Hears what happens in a world.
+class WorldObserver {
+public:
+    WorldObserver() = default;
+    WorldObserver(const WorldObserver &) = delete;
+    WorldObserver &operator=(const WorldObserver &) = delete;
+    virtual ~WorldObserver() = default;
+
+    virtual void onLine(Moment now, Voice voice, const std::string &line) = 0;
+    // A period that has been played.
+    virtual void onSound(Moment now, const PlayFormat &format,
+                         std::span<const std::int32_t> samples) = 0;
+    // A record that is on its way to the daemon.
+    virtual void onRecord(Moment now, const WorldSenders::Record &record) = 0;
+    virtual void onDaemonEnd(Moment now, int status) = 0;
+};
+
+class World {
+public:
+    // Takes the directory, and lays a camera into it. Throws when it cannot be had.
+    World(const CameraDir &dir, Target target, WorldObserver &observer);
+    World(const World &) = delete;
+    World &operator=(const World &) = delete;
+
+    Moment now() const { return now_; }
+    Agenda &agenda() { return agenda_; }
+    WorldSenders &senders() { return senders_; }
+    MoodyTessel &tessel() { return tessel_; }
+    BoardRegisters &registers() { return board_.registers(); }
+    const CameraDir &dir() const { return dir_; }
+
+    // Starts the daemon, unless it runs. Throws when the board does not load into it.
+    void startDaemon();
+    // It is handled where the daemon waits; SIGKILL ends it there.
+    void signalDaemon(int signal);
+    bool isDaemonAlive() const { return daemon_.pid() != 0; }
+    pid_t daemonPid() const { return daemon_.pid(); }
+
+    // Goes on until `end`, then has the daemon end. Throws a CameraError when it hangs, goes round
+    // without time passing, or does not end.
+    void live(Moment end);
+
+private:
+    // What the board tells the time by on this side.
+    class Time : public BoardTime {
+    public:
+        explicit Time(const Moment &now) : now_(now) {}
+        std::uint64_t now() override { return now_; }
+        void waitForChange(Register & /*word*/, std::uint32_t /*seen*/,
+                           std::uint64_t /*deadline*/) override {}
+        void wake(Register & /*word*/) override {}
+
+    private:
+        const Moment &now_;
+    };
+
+    // Tells the observer of the periods.
+    class Speaker : public PeriodSink {
+    public:
+        explicit Speaker(World &world) : world_(world) {}
+        void play(const PlayFormat &format, std::span<const std::int32_t> samples) override;
+
+    private:
+        World &world_;
+    };
+
+    void say(Voice voice, const std::string &line);
+    void advanceTo(Moment moment);
+    bool carryOutDue();
+    bool isChanged() const;
+    bool awaitDaemon();
+    void answerDaemon();
+    void goOn();
+    void goOnAlone(Moment end);
+    void daemonEnded(int status);
+    void end();
+
+    const CameraDir dir_;
+    const Target target_;
+    WorldObserver &observer_;
+    const UniqueFd lock_;
+    const CameraFiles files_;
+    Moment now_ = 0;
+    Agenda agenda_;
+    MappedBoard board_;
+    SystemBoardTime wall_;
+    Time time_{now_};
+    Speaker speaker_{*this};
+    Dac dac_;
+    Moment dacNext_ = 0;
+    MoodyTessel tessel_;
+    WorldSenders senders_;
+    DaemonOutput output_;
+    Child daemon_;
+    bool hasBoardBeenTried_ = false;
+    std::deque<int> signals_;
+    std::uint64_t turnsAtThisMoment_ = 0;
+};

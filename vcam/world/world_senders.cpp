@@ -1,0 +1,69 @@
+#include "vcam/world/world_senders.h"
+
+#include "vcam/sender/stream_sender.h"
+
+#include <fcntl.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <utility>
+
+WorldSenders::WorldSenders(const CameraDir &dir, std::function<void(const Record &record)> onTaken)
+    : dir_(dir), onTaken_(std::move(onTaken)) {}
+
+bool WorldSenders::flush() {
+    const bool messages = !messages_.empty() && flushMessages();
+    return (!records_.empty() && flushRecords()) || messages;
+}
+
+void WorldSenders::daemonEnded() {
+    stream_.reset();
+    fifo_.reset();
+}
+
+bool WorldSenders::connectStream() {
+    if (stream_) {
+        return true;
+    }
+    stream_.reset(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const CameraDir::Address address = dir_.socketAddress(streamPath(dir_));
+    if (connect(stream_.get(), reinterpret_cast<const sockaddr *>(&address.address),
+                address.length) != 0) {
+        stream_.reset();
+    }
+    return static_cast<bool>(stream_);
+}
+
+bool WorldSenders::flushRecords() {
+    int waiting = 0;
+    if (!connectStream() || ioctl(stream_.get(), SIOCOUTQ, &waiting) != 0 || waiting > 0) {
+        return false;
+    }
+    const Record record = std::move(records_.front());
+    records_.pop_front();
+    if (send(stream_.get(), record.data(), record.size(), MSG_NOSIGNAL) < 0) {
+        stream_.reset(); // the daemon that it was connected to has gone
+        return false;
+    }
+    onTaken_(record);
+    return true;
+}
+
+bool WorldSenders::flushMessages() {
+    if (!fifo_) {
+        fifo_.reset(
+            open(dir_.place(controlFifoPath).c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+    }
+    bool sent = false;
+    while (fifo_ && !messages_.empty()) {
+        const std::string &message = messages_.front();
+        if (write(fifo_.get(), message.data(), message.size()) < 0) {
+            break;
+        }
+        messages_.pop_front();
+        sent = true;
+    }
+    return sent;
+}

@@ -1,0 +1,45 @@
+// What other processes of a camera send the daemon, on the virtual clock. Whoever sends waits while
+// the daemon is not there or does not take it, as a sender on a camera does.
+#pragma once
+
+#include "base/unique_fd.h"
+#include "vcam/camera/camera.h"
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+class WorldSenders {
+public:
+    using Record = std::vector<std::uint8_t>;
+
+    // `onTaken` hears of each record when it is on its way, in order.
+    WorldSenders(const CameraDir &dir, std::function<void(const Record &record)> onTaken);
+
+    void sendRecord(Record record) { records_.push_back(std::move(record)); }
+    void sendMessage(std::string message) { messages_.push_back(std::move(message)); }
+
+    // Sends what can be sent. One record at a time is on its way, so that nothing hangs on how many
+    // datagrams this PC's sockets hold. True: something was sent.
+    bool flush();
+
+    // The daemon has ended: what was on its way is lost.
+    void daemonEnded();
+
+    // Whether all records have been taken.
+    bool isIdle() const { return records_.empty(); }
+
+private:
+    bool flushRecords();
+    bool flushMessages();
+    bool connectStream();
+
+    const CameraDir &dir_;
+    std::function<void(const Record &record)> onTaken_;
+    UniqueFd stream_;
+    UniqueFd fifo_;
+    std::deque<Record> records_;
+    std::deque<std::string> messages_;
+};
