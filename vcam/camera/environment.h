@@ -19,10 +19,14 @@ struct Target {
     std::string voxoFile() const;
 };
 
+// Whether the library of failing calls is needed: when such a fault is set, or in any case, since
+// one may be set later.
+enum class FailingCalls { asSet, always };
+
 // Sets this process's environment so that a program it executes finds the board: the camera's
-// directory, and the libraries to preload. Among them is that of failing calls when the board has
-// such a fault.
-void enterBoard(const CameraDir &dir, const Target &target);
+// directory, and the libraries to preload.
+void enterBoard(const CameraDir &dir, const Target &target,
+                FailingCalls failingCalls = FailingCalls::asSet);
 
 // Throws unless the board loads into the daemon's program: without the board a program would run on
 // this PC's own devices. The daemon is started as it is going to be, but ends as soon as the board

@@ -1,5 +1,6 @@
 // vcam: a camera on a PC.
 #include "vcam/cli/commands.h"
+#include "vcam/cli/lives.h"
 
 #include <CLI/CLI.hpp>
 
@@ -97,6 +98,18 @@ void addTrace(CLI::App &app, std::string &file, std::function<int()> &command) {
     trace->callback([&] { command = [&] { return showTrace(file); }; });
 }
 
+void addPlay(CLI::App &app, PlayOptions &options, std::function<int()> &command,
+             const std::string &dir, const Target &target) {
+    CLI::App *const sub =
+        app.add_subcommand("play", "Live a scenario on a camera of its own, on the virtual clock");
+    sub->add_option("scenario", options.scenario, "A YAML file (see samples/scenarios)")
+        ->required()
+        ->check(CLI::ExistingFile);
+    sub->add_option("--repeat", options.repeat, "Live it so often; all lives have to be alike")
+        ->check(CLI::Range(1U, 1000U));
+    sub->callback([&] { command = [&] { return play(CameraDir(dir), target, options); }; });
+}
+
 int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
@@ -131,6 +144,9 @@ int run(int argc, char **argv) {
 
     std::string traceFile;
     addTrace(app, traceFile, command);
+
+    PlayOptions playOptions;
+    addPlay(app, playOptions, command, dir, target);
 
     std::size_t records = 0;
     CLI::App *const soakCommand = app.add_subcommand(

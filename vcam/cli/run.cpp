@@ -1,7 +1,7 @@
 #include "vcam/cli/commands.h"
 
 #include "vcam/board/devices.h"
-#include "vcam/board/library_calls.h"
+#include "vcam/camera/fault_name.h"
 #include "vcam/camera/running_camera.h"
 #include "vcam/speaker/wav_speaker.h"
 
@@ -15,18 +15,14 @@ constexpr std::int32_t faultResult = -1;
 // Sets a fault that is written as COMMAND:N, where COMMAND is a driver's or a call's name.
 void setFault(BoardRegisters &registers, const std::string &fault) {
     const std::size_t colon = fault.find(':');
-    std::uint32_t command = libraryCallCode(fault.substr(0, colon));
-    std::size_t end = colon;
+    const std::uint32_t command = faultCode(fault.substr(0, colon));
     std::uint32_t countdown = 0;
     try {
-        if (command == 0) {
-            command = static_cast<std::uint32_t>(std::stoul(fault, &end, 0));
-        }
         countdown = static_cast<std::uint32_t>(std::stoul(fault.substr(colon + 1)));
     } catch (const std::exception &) {
-        end = std::string::npos;
+        countdown = 0;
     }
-    if (end != colon || countdown == 0 || !boardFail(registers, command, countdown, faultResult)) {
+    if (command == 0 || countdown == 0 || !boardFail(registers, command, countdown, faultResult)) {
         throw CameraError("--fail takes COMMAND:N, at most " + std::to_string(faultCount) +
                           " times, not " + fault);
     }

@@ -15,6 +15,8 @@ namespace {
 // The two sides wait for each other by the wall's clock and the kernel's means.
 SystemBoardTime wall;
 
+constexpr std::uint64_t lookAtWorldProcess = nanosecondsPerSecond;
+
 BoardRegisters &registers() {
     return processBoard().registers;
 }
@@ -32,6 +34,7 @@ bool isHandled(int signal) {
 
 // Gives the turn away and waits until it is back. True: a signal has been handled on the way.
 bool handOver(std::uint32_t request) {
+    static const long worldProcess = syscall(SYS_getppid);
     const int error = errno;
     WorldRegisters &turns = world();
     turns.request = request;
@@ -39,7 +42,10 @@ bool handOver(std::uint32_t request) {
     turns.turn = turnOfWorld;
     wall.wake(turns.turn);
     while (turns.turn != turnOfDaemon) {
-        wall.waitForChange(turns.turn, turnOfWorld, endOfTime);
+        wall.waitForChange(turns.turn, turnOfWorld, wall.now() + lookAtWorldProcess);
+        if (syscall(SYS_getppid) != worldProcess) {
+            _exit(1); // there is no world any more
+        }
     }
     const auto signal = static_cast<int>(turns.signal.load());
     const bool comes = signal != 0 && isHandled(signal);

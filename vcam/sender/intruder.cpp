@@ -1,8 +1,8 @@
 #include "vcam/sender/intruder.h"
 
 #include "camera/message/message.h"
-#include "src/voxo/stream_record.h"
 #include "vcam/sender/message_sender.h"
+#include "vcam/sender/stream_records.h"
 #include "vcam/sender/stream_sender.h"
 
 #include <sys/ioctl.h>
@@ -17,7 +17,6 @@ namespace {
 
 constexpr auto patience = std::chrono::seconds(20);
 constexpr useconds_t lookMicroSec = 50;
-constexpr std::size_t longestRecord = 20000; // more than the daemon takes
 
 // A message of a type that the daemon takes and does nothing for.
 const std::string fence = framedMessage(MESSAGE_TYPE_FIRST, ".");
@@ -34,19 +33,7 @@ Intruder::Intruder(const CameraDir &dir)
 }
 
 void Intruder::sendHostileDatagram(std::mt19937 &random) {
-    const std::size_t sizes[] = {0, random() % recordBody, recordBody, recordBody + random() % 1000,
-                                 longestRecord};
-    std::vector<std::uint8_t> record(sizes[random() % std::size(sizes)]);
-    for (std::uint8_t &byte : record) {
-        byte = static_cast<std::uint8_t>(random());
-    }
-    if (record.size() >= recordBody) {
-        // Audio of a size that is not there, or with more header than size.
-        const auto size = static_cast<std::uint32_t>(record.size());
-        setRecordWord(record.data(), recordSizeWord, random() % 2 == 0 ? size + 1 : size);
-        setRecordWord(record.data(), recordTypeWord, codeG711);
-        setRecordWord(record.data(), recordExtraWord, size);
-    }
+    const StreamRecord record = hostileRecord(random);
     send(socket_.get(), record.data(), record.size(), MSG_NOSIGNAL);
     ++count_;
 }

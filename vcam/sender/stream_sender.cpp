@@ -1,7 +1,7 @@
 #include "vcam/sender/stream_sender.h"
 
 #include "camera/quill/quill.h"
-#include "src/voxo/stream_record.h"
+#include "vcam/sender/stream_records.h"
 
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
@@ -22,15 +22,6 @@ constexpr auto startLook = std::chrono::milliseconds(1);
 constexpr timeval sendLook = {0, 100000};
 constexpr auto longStall = std::chrono::seconds(2);
 constexpr auto settleLook = std::chrono::milliseconds(1);
-
-constexpr std::uint32_t codeUnknown = fourCharacterCode('V', 'C', 'A', 'M');
-
-std::vector<std::uint8_t> newRecord(std::size_t size, std::uint32_t type) {
-    std::vector<std::uint8_t> record(size);
-    setRecordWord(record.data(), recordSizeWord, static_cast<std::uint32_t>(size));
-    setRecordWord(record.data(), recordTypeWord, type);
-    return record;
-}
 
 } // namespace
 
@@ -61,24 +52,17 @@ StreamSender::StreamSender(const CameraDir &dir, std::chrono::seconds patience)
 }
 
 void StreamSender::sendLaw(Law law) {
-    std::vector<std::uint8_t> record = newRecord(g711ConfSize, codeConf);
-    setRecordWord(record.data(), recordCodecWord, codeG711);
-    setRecordWord(record.data(), g711LawWord, law == Law::a ? codeAlaw : codeUlaw);
-    setRecordWord(record.data(), g711ChannelsWord, 1);
-    setRecordWord(record.data(), g711FlagWord, 1);
-    send(record);
+    send(lawRecord(law));
 }
 
 void StreamSender::sendPayload(std::span<const std::uint8_t> payload) {
-    std::vector<std::uint8_t> record = newRecord(recordBody + payload.size(), codeG711);
-    std::copy(payload.begin(), payload.end(), record.begin() + recordBody);
-    send(record);
+    send(audioRecord(payload));
 }
 
 void StreamSender::settle() {
     // A record has been dealt with when the next one is read. These are of no known type.
     for (int i = 0; i < 2; ++i) {
-        send(newRecord(recordBody, codeUnknown));
+        send(unknownRecord());
         int before = 0;
         for (int waiting = 1; ioctl(socket_.get(), SIOCOUTQ, &waiting) == 0 && waiting > 0;) {
             if (waiting != before) {

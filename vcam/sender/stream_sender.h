@@ -3,7 +3,7 @@
 
 #include "base/unique_fd.h"
 #include "vcam/camera/camera.h"
-#include "vcam/sender/law_codec.h"
+#include "vcam/sender/stream_records.h"
 
 #include <chrono>
 #include <cstdint>
@@ -12,8 +12,6 @@
 
 // The stream socket that the configuration of the camera's daemon names.
 std::string streamPath(const CameraDir &dir);
-
-constexpr std::size_t streamPayload = 640; // bytes of a record: 80 ms
 
 class StreamSender {
 public:

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -16,8 +17,9 @@ void maskNumber(std::string &text, const std::string &mark) {
         return;
     }
     const std::size_t begin = found + mark.size();
-    const std::size_t end = text.find_first_not_of("0123456789", begin);
-    text.replace(begin, end == std::string::npos ? end : end - begin, "#");
+    const std::size_t end = std::min(text.find_first_not_of("0123456789", begin), text.size());
+    text.erase(begin, end - begin);
+    text.insert(begin, 1, '#');
 }
 
 } // namespace
@@ -36,7 +38,7 @@ void DaemonOutput::redirect() const {
 }
 
 void DaemonOutput::daemonStarted(pid_t pid) {
-    pid_ = "(" + std::to_string(pid) + ")";
+    pid_ = std::string("(").append(std::to_string(pid)).append(")");
 }
 
 void DaemonOutput::collect(const std::function<void(const std::string &line)> &use) {
@@ -62,7 +64,8 @@ void DaemonOutput::finish(const std::function<void(const std::string &line)> &us
 
 std::string DaemonOutput::masked(std::string text) const {
     if (const std::size_t found = text.find(pid_); found != std::string::npos && !pid_.empty()) {
-        text.replace(found, pid_.size(), "(#)");
+        text.erase(found + 1, pid_.size() - 2);
+        text.insert(found + 1, 1, '#');
     }
     maskNumber(text, "fd = ");
     return text;

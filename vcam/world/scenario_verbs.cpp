@@ -31,12 +31,14 @@ constexpr Verb verbs[] = {
     {"video", "here gone", ""},
     {"start", "daemon", ""},
     {"log", "", "within"},
-    {"never", "", ""},
+    {"never", "", "since"},
     {"request", "", "within"},
     {"gain", "", "within"},
     {"sound", "", "law seconds seed hertz since least"},
     {"silence", "", ""},
     {"exit", "", "within"},
+    {"encoder", "", "within"},
+    {"path", "", "is within"},
 };
 
 bool isWordOf(std::string_view words, std::string_view word) {

@@ -6,7 +6,8 @@
 //           fast: yes: as fast as it is taken
 //     conf: alaw, ulaw or plain    codec information alone
 //     record: HEX                  a datagram as it stands
-//     clip: FILE or noise          names a clip and starts it
+//     clip: FILE, noise or tone    names a clip and starts it; with a / in front: a path of the
+//                                  camera, as it stands
 //           seconds, seed; rate, channels, bits: of the WAV file that is made
 //     stop: clip                   stops whatever plays
 //     message: TEXT                a message with this body; type: 1 to 4
@@ -23,13 +24,15 @@
 // Expectations: with `within`, that it comes so many seconds after the step's time at the latest;
 // without, that it has come before it, or is so then.
 //     log: TEXT                    a line of the daemon or the system log holds it
-//     never: TEXT                  no line so far holds it
+//     never: TEXT                  no line or request so far, or since `since`, holds it
 //     request: TEXT                of the settings daemon
 //     gain: NUMBER                 of the codec, both sides
 //     sound: FILE, noise or tone   what was heard since `since` (seconds) is the beginning of that, at
 //           least `least` seconds of it (else all); law: if it was cast; seconds, seed, hertz
 //     silence: SECONDS             nothing was heard for so long
 //     exit: STATUS                 of the daemon's last end; 128 and the signal's number if one ended it
+//     encoder: COUNT               of signals that the audio encoder has had
+//     path: PATH                   of the camera; is: there or gone
 #pragma once
 
 #include "vcam/world/scenario.h"

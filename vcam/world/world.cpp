@@ -18,6 +18,12 @@ constexpr std::uint64_t mostTurns = 5'000'000; // at one moment
 // The clock does not begin at 0, which stands for "never" in places.
 constexpr Moment switchedOn = nanosecondsPerSecond;
 
+volatile std::sig_atomic_t encoderSignalCount = 0;
+
+void countEncoderSignal(int /*signal*/) {
+    encoderSignalCount = encoderSignalCount + 1;
+}
+
 void setUp(BoardRegisters &registers) {
     registers.world.isOn = 1;
     setLongRegister(registers.world.now, switchedOn);
@@ -29,8 +35,9 @@ void World::Speaker::play(const PlayFormat &format, std::span<const std::int32_t
     world_.observer_.onSound(world_.now_, format, samples);
 }
 
-World::World(const CameraDir &dir, Target target, WorldObserver &observer)
-    : dir_(dir), target_(std::move(target)), observer_(observer), lock_(lockDirectory(dir_)),
+World::World(const CameraDir &dir, Target target, WorldObserver &observer,
+             FailingCalls failingCalls)
+    : dir_(dir), target_(std::move(target)), failingCalls_(failingCalls), observer_(observer), lock_(lockDirectory(dir_)),
       files_(dir_), board_(dir_, MappedBoard::Mode::create),
       dac_(board_.registers(), time_, speaker_),
       tessel_(
@@ -44,7 +51,13 @@ World::World(const CameraDir &dir, Target target, WorldObserver &observer)
       senders_(dir_,
                [this](const WorldSenders::Record &record) { observer_.onRecord(now_, record); }),
       output_(dir_.path() / "voxo.log") {
+    encoderSignalCount = 0;
+    std::signal(SIGUSR1, countEncoderSignal);
     setUp(registers());
+}
+
+unsigned World::encoderSignals() {
+    return static_cast<unsigned>(encoderSignalCount);
 }
 
 void World::say(Voice voice, const std::string &line) {
@@ -63,7 +76,7 @@ void World::startDaemon() {
     daemon_.start(commandOn(target_, {target_.voxoFile(), "-c", dir_.configFile().string(), "-p",
                                       voxoPidPath}),
                   [&] {
-                      enterBoard(dir_, target_);
+                      enterBoard(dir_, target_, failingCalls_);
                       output_.redirect();
                   });
     output_.daemonStarted(daemon_.pid());
@@ -125,6 +138,7 @@ void World::daemonEnded(int status) {
     output_.finish([this](const std::string &line) { say(Voice::daemon, line); });
     senders_.daemonEnded();
     signals_.clear();
+    say(Voice::world, "the daemon has ended with status " + std::to_string(status));
     observer_.onDaemonEnd(now_, status);
 }
 

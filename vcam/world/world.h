@@ -40,8 +40,10 @@ public:
 
 class World {
 public:
-    // Takes the directory, and lays a camera into it. Throws when it cannot be had.
-    World(const CameraDir &dir, Target target, WorldObserver &observer);
+    // Takes the directory, and lays a camera into it; one world to a process. `failingCalls`: calls
+    // of the C library may be made to fail. Throws when the directory cannot be had.
+    World(const CameraDir &dir, Target target, WorldObserver &observer,
+          FailingCalls failingCalls = FailingCalls::asSet);
     World(const World &) = delete;
     World &operator=(const World &) = delete;
 
@@ -58,6 +60,9 @@ public:
     void signalDaemon(int signal);
     bool isDaemonAlive() const { return daemon_.pid() != 0; }
     pid_t daemonPid() const { return daemon_.pid(); }
+
+    // How many signals the audio encoder has had, which is played by this process.
+    static unsigned encoderSignals();
 
     // Goes on until `end`, then has the daemon end. Throws a CameraError when it hangs, goes round
     // without time passing, or does not end.
@@ -100,6 +105,7 @@ private:
 
     const CameraDir dir_;
     const Target target_;
+    const FailingCalls failingCalls_;
     WorldObserver &observer_;
     const UniqueFd lock_;
     const CameraFiles files_;

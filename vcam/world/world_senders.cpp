@@ -13,9 +13,25 @@
 WorldSenders::WorldSenders(const CameraDir &dir, std::function<void(const Record &record)> onTaken)
     : dir_(dir), onTaken_(std::move(onTaken)) {}
 
+void WorldSenders::sendRecord(Record record) {
+    sources_.emplace_back([one = std::optional(std::move(record))]() mutable {
+        return std::exchange(one, std::nullopt);
+    });
+}
+
 bool WorldSenders::flush() {
     const bool messages = !messages_.empty() && flushMessages();
-    return (!records_.empty() && flushRecords()) || messages;
+    return (hasNext() && flushRecords()) || messages;
+}
+
+bool WorldSenders::hasNext() {
+    while (!next_ && !sources_.empty()) {
+        next_ = sources_.front()();
+        if (!next_) {
+            sources_.pop_front();
+        }
+    }
+    return next_.has_value();
 }
 
 void WorldSenders::daemonEnded() {
@@ -41,13 +57,11 @@ bool WorldSenders::flushRecords() {
     if (!connectStream() || ioctl(stream_.get(), SIOCOUTQ, &waiting) != 0 || waiting > 0) {
         return false;
     }
-    const Record record = std::move(records_.front());
-    records_.pop_front();
-    if (send(stream_.get(), record.data(), record.size(), MSG_NOSIGNAL) < 0) {
+    if (send(stream_.get(), next_->data(), next_->size(), MSG_NOSIGNAL) < 0) {
         stream_.reset(); // the daemon that it was connected to has gone
         return false;
     }
-    onTaken_(record);
+    onTaken_(*std::exchange(next_, std::nullopt));
     return true;
 }
 

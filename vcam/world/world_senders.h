@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,11 @@ public:
     // `onTaken` hears of each record when it is on its way, in order.
     WorldSenders(const CameraDir &dir, std::function<void(const Record &record)> onTaken);
 
-    void sendRecord(Record record) { records_.push_back(std::move(record)); }
+    // Records one after the other, until it gives none.
+    using Source = std::function<std::optional<Record>()>;
+
+    void sendRecord(Record record);
+    void sendRecords(Source source) { sources_.push_back(std::move(source)); }
     void sendMessage(std::string message) { messages_.push_back(std::move(message)); }
 
     // Sends what can be sent. One record at a time is on its way, so that nothing hangs on how many
@@ -29,9 +34,10 @@ public:
     void daemonEnded();
 
     // Whether all records have been taken.
-    bool isIdle() const { return records_.empty(); }
+    bool isIdle() const { return sources_.empty() && !next_; }
 
 private:
+    bool hasNext();
     bool flushRecords();
     bool flushMessages();
     bool connectStream();
@@ -40,6 +46,7 @@ private:
     std::function<void(const Record &record)> onTaken_;
     UniqueFd stream_;
     UniqueFd fifo_;
-    std::deque<Record> records_;
+    std::deque<Source> sources_;
+    std::optional<Record> next_; // that the daemon has not taken yet
     std::deque<std::string> messages_;
 };

@@ -1,0 +1,25 @@
+// Stream records as senders make them, sound and unsound ones.
+#pragma once
+
+#include "vcam/sender/law_codec.h"
+
+#include <cstdint>
+#include <random>
+#include <span>
+#include <vector>
+
+constexpr std::size_t streamPayload = 640; // bytes of a usual record: 80 ms
+
+using StreamRecord = std::vector<std::uint8_t>;
+
+// Codec information: the law of the payloads to come, or plain 8000 Hz.
+StreamRecord lawRecord(Law law);
+StreamRecord plainRecord();
+
+StreamRecord audioRecord(std::span<const std::uint8_t> payload);
+
+// A record of a type that the daemon passes over.
+StreamRecord unknownRecord();
+
+// A datagram that is no record: empty, short, too long, or with sizes that lie.
+StreamRecord hostileRecord(std::mt19937 &random);

@@ -1,0 +1,113 @@
+#include "vcam/world/apart.h"
+
+#include "vcam/camera/text_file.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <sstream>
+#include <string>
+#include <utility>
+
+namespace {
+
+// The numbers of a report, in the order in which they are written and read.
+template <typename Report, typename Use>
+void eachNumber(Report &report, const Use &use) {
+    for (auto *const number :
+         {&report.log, &report.requests, &report.commands, &report.sound, &report.records,
+          &report.lines, &report.requestCount, &report.commandCount, &report.periods,
+          &report.underruns, &report.end}) {
+        use(*number);
+    }
+}
+
+std::string textOf(const LifeReport &report) {
+    std::ostringstream text;
+    text << "lived";
+    eachNumber(report, [&](std::uint64_t number) { text << ' ' << number; });
+    text << '\n';
+    for (const std::string &failure : report.failures) {
+        text << failure << '\n';
+    }
+    return text.str();
+}
+
+LifeReport reportOf(const std::string &text) {
+    std::istringstream in(text);
+    std::string word;
+    if (!(in >> word) || word != "lived") {
+        throw CameraError(text.empty() ? "the life's process has died" : text);
+    }
+    LifeReport report;
+    eachNumber(report, [&](std::uint64_t &number) { in >> number; });
+    std::getline(in, word);
+    for (std::string failure; std::getline(in, failure);) {
+        report.failures.push_back(failure);
+    }
+    return report;
+}
+
+void writeAll(int fd, const std::string &text) {
+    for (std::size_t written = 0; written < text.size();) {
+        const ssize_t count = write(fd, text.data() + written, text.size() - written);
+        if (count <= 0) {
+            return;
+        }
+        written += static_cast<std::size_t>(count);
+    }
+}
+
+[[noreturn]] void liveIn(int fd, const std::function<LifeReport()> &life) {
+    try {
+        writeAll(fd, textOf(life()));
+    } catch (const std::exception &error) {
+        writeAll(fd, error.what());
+    }
+    _exit(0);
+}
+
+} // namespace
+
+LifeProcess::LifeProcess(const std::function<LifeReport()> &life) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        failAt("cannot make", "a pipe");
+    }
+    result_.reset(ends[0]);
+    const UniqueFd own(ends[1]);
+    std::fflush(nullptr);
+    const pid_t parent = getpid();
+    pid_ = fork();
+    if (pid_ < 0) {
+        failAt("cannot start", "a process");
+    }
+    if (pid_ == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() == parent) {
+            liveIn(own.get(), life);
+        }
+        _exit(1);
+    }
+}
+
+LifeProcess::~LifeProcess() {
+    if (pid_ != 0) {
+        kill(pid_, SIGTERM);
+        waitpid(pid_, nullptr, 0);
+    }
+}
+
+LifeReport LifeProcess::report() {
+    std::string text;
+    char piece[4096];
+    for (ssize_t count = 0; (count = read(result_.get(), piece, sizeof piece)) > 0;) {
+        text.append(piece, static_cast<std::size_t>(count));
+    }
+    waitpid(std::exchange(pid_, 0), nullptr, 0);
+    return reportOf(text);
+}

@@ -1,0 +1,133 @@
+#include "vcam/world/life.h"
+
+#include "vcam/speaker/wav_speaker.h"
+#include "vcam/world/apart.h"
+#include "vcam/world/expectations.h"
+#include "vcam/world/life_log.h"
+#include "vcam/world/stage.h"
+#include "vcam/world/world.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+namespace {
+
+constexpr std::size_t mostFailures = 20;
+
+class Life : private WorldObserver {
+public:
+    Life(const CameraDir &dir, const Target &target, const Scenario &scenario,
+         const LifeOptions &options)
+        : scenario_(scenario), world_(dir, target, *this, FailingCalls::always),
+          log_(options.isKept ? dir.path() / "life.log" : "", Expectations::wantLines(scenario)),
+          stage_(world_, scenario.directory),
+          expectations_(world_, scenario, log_,
+                        [this](const std::string &sentence) { fail(sentence); }) {
+        if (options.isKept) {
+            speaker_ = std::make_unique<WavSpeaker>(dir.speakerFile(), world_.registers().loss);
+        }
+    }
+
+    LifeReport live() {
+        putDownSteps();
+        try {
+            world_.live(scenario_.until);
+        } catch (const CameraError &error) {
+            fail("at " + shownMoment(world_.now()) + " s: " + error.what());
+        }
+        return report();
+    }
+
+private:
+    void onLine(Moment now, Voice voice, const std::string &line) override {
+        log_.add(now, voice, line);
+    }
+
+    void onSound(Moment now, const PlayFormat &format,
+                 std::span<const std::int32_t> samples) override {
+        sound_.add(&now, sizeof now);
+        sound_.add(samples.data(), samples.size_bytes());
+        expectations_.hear(now, format, samples);
+        if (speaker_) {
+            speaker_->play(format, samples);
+        }
+    }
+
+    void onRecord(Moment /*now*/, const WorldSenders::Record & /*record*/) override { ++records_; }
+
+    void onDaemonEnd(Moment /*now*/, int status) override { expectations_.daemonEnded(status); }
+
+    void fail(const std::string &sentence) {
+        log_.add(world_.now(), Voice::world, sentence);
+        if (failures_.size() < mostFailures) {
+            failures_.push_back(sentence);
+        }
+    }
+
+    // The daemon starts when the camera is switched on, unless a step starts it.
+    void putDownSteps() {
+        bool isStarted = false;
+        for (const Step &step : scenario_.steps) {
+            isStarted = isStarted || step.verb == "start";
+            world_.agenda().add(step.at, [this, &step] { carryOut(step); });
+        }
+        if (!isStarted) {
+            world_.agenda().add(0, [this] { world_.startDaemon(); });
+        }
+    }
+
+    void carryOut(const Step &step) {
+        if (Expectations::isExpectation(step)) {
+            expectations_.expect(step);
+            return;
+        }
+        log_.add(world_.now(), Voice::world, shownStep(step));
+        stage_.act(step);
+    }
+
+    LifeReport report() {
+        LifeReport result;
+        const BoardRegisters &registers = world_.registers();
+        const std::uint64_t lines[] = {log_.digest(Voice::daemon), log_.digest(Voice::systemLog),
+                                       log_.digest(Voice::world)};
+        Digest log;
+        log.add(lines, sizeof lines);
+        result.log = log.value();
+        result.requests = log_.digest(Voice::tessel);
+        result.commands = longRegister(registers.world.commands);
+        result.sound = sound_.value();
+        result.records = records_;
+        result.lines = log_.count(Voice::daemon) + log_.count(Voice::systemLog);
+        result.requestCount = log_.count(Voice::tessel);
+        result.commandCount = registers.world.commandCount;
+        result.periods = registers.ao.periodsPlayed;
+        result.underruns = registers.ao.underruns;
+        result.end = world_.now();
+        result.failures = failures_;
+        return result;
+    }
+
+    const Scenario &scenario_;
+    World world_;
+    LifeLog log_;
+    Stage stage_;
+    Expectations expectations_;
+    std::unique_ptr<WavSpeaker> speaker_;
+    Digest sound_;
+    std::uint64_t records_ = 0;
+    std::vector<std::string> failures_;
+};
+
+} // namespace
+
+bool LifeReport::isLike(const LifeReport &other) const {
+    return log == other.log && requests == other.requests && commands == other.commands &&
+           sound == other.sound && records == other.records && end == other.end;
+}
+
+LifeReport live(const CameraDir &dir, const Target &target, const Scenario &scenario,
+                const LifeOptions &options) {
+    LifeProcess process([&] { return Life(dir, target, scenario, options).live(); });
+    return process.report();
+}

@@ -1,0 +1,238 @@
+#include "vcam/world/stage.h"
+
+#include "camera/message/message.h"
+#include "vcam/board/devices.h"
+#include "vcam/camera/camera_paths.h"
+#include "vcam/camera/fault_name.h"
+#include "vcam/camera/text_file.h"
+#include "vcam/sender/message_sender.h"
+#include "vcam/sender/stream_records.h"
+
+#include <sndfile.hh>
+
+#include <algorithm>
+#include <cctype>
+#include <csignal>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::uint64_t streamRate = 8000;
+constexpr std::size_t longestPayload = 16000;
+
+[[noreturn]] void refuse(const Step &step, const std::string &what) {
+    throw CameraError(shownPlace(step.place) + what);
+}
+
+int digitOf(char character) {
+    const std::string digits = "0123456789abcdef";
+    const auto found = digits.find(static_cast<char>(std::tolower(character)));
+    return found != std::string::npos ? static_cast<int>(found) : -1;
+}
+
+// The bytes that hexadecimal digits tell; blanks between them are for the reader.
+std::string bytesOf(const Step &step) {
+    std::string bytes;
+    int high = -1;
+    for (const char character : step.object) {
+        if (character == ' ') {
+            continue;
+        }
+        const int digit = digitOf(character);
+        if (digit < 0) {
+            refuse(step, step.verb + " takes pairs of hexadecimal digits");
+        }
+        if (high >= 0) {
+            bytes.push_back(static_cast<char>(16 * high + digit));
+        }
+        high = high >= 0 ? -1 : digit;
+    }
+    if (high >= 0) {
+        refuse(step, step.verb + " takes pairs of hexadecimal digits");
+    }
+    return bytes;
+}
+
+struct SignalName {
+    const char *name;
+    int signal;
+};
+
+int signalNamed(const std::string &name) {
+    constexpr SignalName names[] = {{"TERM", SIGTERM}, {"INT", SIGINT},   {"HUP", SIGHUP},
+                                    {"KILL", SIGKILL}, {"USR1", SIGUSR1}, {"PIPE", SIGPIPE}};
+    return std::find_if(std::begin(names), std::end(names),
+                        [&](const SignalName &one) { return name == one.name; })
+        ->signal;
+}
+
+// The record that begins at a sample; the last of a sound is shorter.
+StreamRecord recordOf(const Sound &sound, std::uint64_t begin, std::uint64_t payload) {
+    std::vector<std::uint8_t> bytes(std::min(payload, sound.length() - begin));
+    std::generate(bytes.begin(), bytes.end(), [&] { return sound.lawByte(begin++); });
+    return audioRecord(bytes);
+}
+
+void writeClip(const fs::path &path, const Sound &sound, const Step &step) {
+    const int rate = static_cast<int>(numberOf(step, "rate", streamRate));
+    const int channels = static_cast<int>(numberOf(step, "channels", 1));
+    const int format = numberOf(step, "bits", 16) == 8 ? SF_FORMAT_PCM_U8 : SF_FORMAT_PCM_16;
+    SndfileHandle file(path.string(), SFM_WRITE, SF_FORMAT_WAV | format, channels, rate);
+    Samples frames;
+    for (std::uint64_t i = 0; i < sound.length(); ++i) {
+        frames.insert(frames.end(), static_cast<std::size_t>(channels), sound.sample(i));
+    }
+    const auto count = static_cast<sf_count_t>(frames.size());
+    if (!file || file.write(frames.data(), count) != count) {
+        refuse(step, "cannot write the clip " + path.string() + ": " + file.strError());
+    }
+}
+
+} // namespace
+
+const Stage::Kind Stage::kinds[] = {
+    {"cast", &Stage::cast},     {"conf", &Stage::conf},     {"record", &Stage::record},
+    {"clip", &Stage::clip},     {"stop", &Stage::stop},     {"message", &Stage::message},
+    {"bytes", &Stage::bytes},   {"talk", &Stage::talk},     {"set", &Stage::set},
+    {"signal", &Stage::signal}, {"fail", &Stage::fail},     {"tessel", &Stage::tessel},
+    {"file", &Stage::file},     {"vanish", &Stage::vanish}, {"video", &Stage::video},
+    {"start", &Stage::start}};
+
+Stage::Stage(World &world, fs::path directory)
+    : world_(world), directory_(std::move(directory)) {}
+
+void Stage::act(const Step &step) {
+    const auto *const kind = std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind &one) {
+        return step.verb == one.verb;
+    });
+    (this->*kind->deed)(step);
+}
+
+void Stage::cast(const Step &step) {
+    const auto sound = std::make_shared<const Sound>(step, directory_);
+    const auto payload = static_cast<std::uint64_t>(
+        std::clamp(numberOf(step, "payload", streamPayload), 1.0, double{longestPayload}));
+    world_.senders().sendRecord(lawRecord(*sound->law()));
+    if (textOf(step, "fast") != "yes") {
+        castFrom(sound, 0, payload);
+        return;
+    }
+    world_.senders().sendRecords(
+        [sound, payload, at = std::uint64_t{0}]() mutable -> std::optional<StreamRecord> {
+            if (at >= sound->length()) {
+                return std::nullopt;
+            }
+            const std::uint64_t begin = std::exchange(at, at + payload);
+            return recordOf(*sound, begin, payload);
+        });
+}
+
+// Sends the record that begins at a sample, and the others each at its time.
+void Stage::castFrom(const std::shared_ptr<const Sound> &sound, std::uint64_t at,
+                     std::uint64_t payload) {
+    if (at >= sound->length()) {
+        return;
+    }
+    world_.senders().sendRecord(recordOf(*sound, at, payload));
+    world_.agenda().add(world_.now() + payload * nanosecondsPerSecond / streamRate,
+                        [=, this] { castFrom(sound, at + payload, payload); });
+}
+
+void Stage::conf(const Step &step) {
+    world_.senders().sendRecord(step.object == "plain" ? plainRecord()
+                                                       : lawRecord(step.object == "alaw" ? Law::a
+                                                                                         : Law::u));
+}
+
+void Stage::record(const Step &step) {
+    const std::string bytes = bytesOf(step);
+    world_.senders().sendRecord({bytes.begin(), bytes.end()});
+}
+
+// A path on the camera as it stands; else a file of this PC, or what is made, among the clips.
+std::string Stage::placeClip(const Step &step) {
+    if (step.object.starts_with('/')) {
+        return step.object;
+    }
+    const std::string location =
+        std::string(clipsPath) + "/clip-" + std::to_string(++clips_) + ".wav";
+    const fs::path path = world_.dir().place(location);
+    fs::create_directories(path.parent_path());
+    if (step.object == "noise" || step.object == "tone") {
+        writeClip(path, Sound(step, directory_), step);
+    } else {
+        fs::create_symlink(fs::absolute(directory_ / step.object), path);
+    }
+    return location;
+}
+
+void Stage::clip(const Step &step) {
+    world_.senders().sendMessage(locationMessage(placeClip(step)));
+    world_.senders().sendMessage(clipMessage(MESSAGE_CLIP_START));
+}
+
+void Stage::stop(const Step & /*step*/) {
+    world_.senders().sendMessage(clipMessage(MESSAGE_CLIP_STOP));
+}
+
+void Stage::message(const Step &step) {
+    world_.senders().sendMessage(framedMessage(
+        static_cast<std::uint32_t>(numberOf(step, "type", MESSAGE_TYPE_CONTROL)), step.object));
+}
+
+void Stage::bytes(const Step &step) {
+    world_.senders().sendMessage(bytesOf(step));
+}
+
+void Stage::talk(const Step &step) {
+    world_.tessel().set("status_onlinenum_sip", step.object == "on" ? "1" : "0");
+}
+
+void Stage::set(const Step &step) {
+    world_.tessel().set(step.object, textOf(step, "to"));
+}
+
+void Stage::signal(const Step &step) {
+    world_.signalDaemon(signalNamed(step.object));
+}
+
+void Stage::fail(const Step &step) {
+    const std::uint32_t code = faultCode(step.object);
+    const auto nth = static_cast<std::uint32_t>(numberOf(step, "nth", 1));
+    const auto result = static_cast<std::int32_t>(numberOf(step, "result", -1));
+    if (code == 0 || nth == 0 || !boardFail(world_.registers(), code, nth, result)) {
+        refuse(step, "no such call or driver command can be made to fail: " + step.object);
+    }
+}
+
+void Stage::tessel(const Step &step) {
+    world_.tessel().setMood(*moodNamed(step.object), momentOf(numberOf(step, "delay", 1)));
+}
+
+void Stage::file(const Step &step) {
+    const fs::path path = world_.dir().place(step.object);
+    fs::create_directories(path.parent_path());
+    writeFile(path, textOf(step, "text"));
+}
+
+void Stage::vanish(const Step &step) {
+    std::error_code ignored;
+    fs::remove(world_.dir().place(step.object), ignored);
+}
+
+void Stage::video(const Step &step) {
+    const fs::path path = world_.dir().place(videoPidPath);
+    if (step.object == "here") {
+        writePidFile(path, getpid());
+    } else {
+        fs::remove(path);
+    }
+}
+
+void Stage::start(const Step & /*step*/) {
+    world_.startDaemon();
+}
