@@ -183,6 +183,7 @@ struct WorldRegisters {
     Register deadline[2]; // of the wait
     Register commands[2]; // digest of all driver commands so far
     Register commandCount;
+    Register callers; // grows when the daemon reaches for a server's socket
     Register lineLength;
     char line[worldLineRoom]; // for the system log
 };

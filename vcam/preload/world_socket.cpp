@@ -1,5 +1,6 @@
 #include "vcam/preload/world_socket.h"
 
+#include "vcam/preload/board_process.h"
 #include "vcam/preload/world_turn.h"
 
 #include <fcntl.h>
@@ -50,6 +51,7 @@ int connectSocket(int fd, const sockaddr *address, socklen_t length) {
     if (!isTimeVirtual()) {
         return connectNow();
     }
+    ++processBoard().registers.world.callers;
     const auto flags = syscall(controlCall, fd, F_GETFL);
     syscall(controlCall, fd, F_SETFL, flags | O_NONBLOCK);
     const int result = callInWorld(endOfWait(fd, SO_SNDTIMEO), connectNow, wouldNotWait);

@@ -41,11 +41,12 @@ bool handOver(std::uint32_t request) {
     turns.signal = 0;
     turns.turn = turnOfWorld;
     wall.wake(turns.turn);
+    wall.waitForChange(turns.turn, turnOfWorld, wall.now() + lookAtWorldProcess);
     while (turns.turn != turnOfDaemon) {
-        wall.waitForChange(turns.turn, turnOfWorld, wall.now() + lookAtWorldProcess);
         if (syscall(SYS_getppid) != worldProcess) {
             _exit(1); // there is no world any more
         }
+        wall.waitForChange(turns.turn, turnOfWorld, wall.now() + lookAtWorldProcess);
     }
     const auto signal = static_cast<int>(turns.signal.load());
     const bool comes = signal != 0 && isHandled(signal);

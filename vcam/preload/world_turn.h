@@ -25,20 +25,23 @@ enum class Woken { byWorld, bySignal, byClock };
 Woken waitInWorld(std::uint64_t deadline);
 
 // Makes a call that does not wait, again and again as the world goes on, until it has what it waits
-// for (`isDone` of its result), or until `end`. The call's last result; -1 with EINTR when a signal
-// was handled.
+// for (`isDone` of its result), or until `end`; the world gets its turn at least once before the call
+// fails to have it. The call's last result; -1 with EINTR when a signal was handled.
 template <typename Call, typename IsDone>
 auto callInWorld(std::uint64_t end, Call call, IsDone isDone) -> decltype(call()) {
-    bool isUndisturbed = lookAtWorld();
-    while (isUndisturbed) {
+    for (bool isLast = false;;) {
         const auto result = call();
-        if (isDone(result) || virtualNow() >= end) {
+        if (isDone(result) || isLast) {
             return result;
         }
-        isUndisturbed = waitInWorld(end) != Woken::bySignal;
+        const bool isDisturbed = virtualNow() >= end ? !lookAtWorld()
+                                                     : waitInWorld(end) == Woken::bySignal;
+        if (isDisturbed) {
+            errno = EINTR;
+            return -1;
+        }
+        isLast = virtualNow() >= end;
     }
-    errno = EINTR;
-    return -1;
 }
 
 // Hands a line of the system log over.

@@ -79,6 +79,7 @@ void MoodyTessel::listen() {
 void MoodyTessel::setMood(Mood mood, Moment delay) {
     mood_ = mood;
     delay_ = delay;
+    --callers_; // who has called in vain may be in the queue
     crowd_.clear();
     waiting_.clear();
     if (mood == Mood::gone) {
@@ -107,16 +108,22 @@ void MoodyTessel::set(const std::string &key, const std::string &value) {
     tessel_.answer("set NameValue 0 0 0\n" + key + "=" + value);
 }
 
-bool MoodyTessel::serve(Moment now, Agenda &agenda) {
-    if (!socket_ || mood_ == Mood::full) {
-        return false;
-    }
+void MoodyTessel::accept() {
     for (;;) {
         UniqueFd connection(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!connection) {
-            break;
+            return;
         }
         waiting_.push_back(std::move(connection));
+    }
+}
+
+bool MoodyTessel::serve(std::uint32_t callers, Moment now, Agenda &agenda) {
+    if (!socket_ || mood_ == Mood::full) {
+        return false;
+    }
+    if (std::exchange(callers_, callers) != callers) {
+        accept();
     }
     if (mood_ == Mood::silent) {
         return false;

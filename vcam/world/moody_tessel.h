@@ -40,12 +40,14 @@ public:
     // Sets one of the camera's settings, as another of the camera's processes would.
     void set(const std::string &key, const std::string &value);
 
-    // Takes the requests that are there, and answers, now or by the agenda. True: a reply is sent.
-    bool serve(Moment now, Agenda &agenda);
+    // Takes the requests that are there, and answers, now or by the agenda. `callers` grows when the
+    // daemon calls. True: a reply is sent.
+    bool serve(std::uint32_t callers, Moment now, Agenda &agenda);
 
 private:
     void listen();
     void fillQueue();
+    void accept();
     bool handle(UniqueFd connection, Moment now, Agenda &agenda);
 
     std::filesystem::path socketFile_;
@@ -55,6 +57,7 @@ private:
     UniqueFd socket_;
     std::vector<UniqueFd> waiting_; // callers whose requests are not there yet, or never answered
     std::vector<UniqueFd> crowd_;   // callers that fill the queue
+    std::uint32_t callers_ = 0;     // of whom all have been accepted
     Mood mood_ = Mood::good;
     Moment delay_ = 0;
 };
