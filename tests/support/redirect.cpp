@@ -3,6 +3,7 @@
 #include "vcam/camera/camera_paths.h"
 #include "vcam/preload/board_process.h"
 #include "vcam/preload/interpose.h"
+#include "vcam/preload/world_socket.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -34,6 +35,10 @@ int cameraDirFd() {
 
 const char *cameraPlaceOf(const char *path, char *buffer) {
     return cameraDir() != nullptr ? placeOf(cameraDir(), path, buffer) : path;
+}
+
+int connectSocket(int fd, const sockaddr *address, socklen_t length) {
+    return static_cast<int>(syscall(SYS_connect, fd, address, length));
 }
 
 INTERPOSE(int, setsockopt, (int fd, int level, int name, const void *value, socklen_t size)) {
