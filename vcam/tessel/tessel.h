@@ -4,6 +4,7 @@
 #include "vcam/tessel/settings_store.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 
 // A request of this program's own, which is not logged: everything held, as lines KEY=VALUE.
@@ -26,6 +27,9 @@ public:
 
     // Carries out a request and returns the reply.
     std::string answer(const std::string &request);
+
+    // What a setting or a status is, if it is known.
+    std::optional<std::string> get(const std::string &key) const { return store_.get(key); }
 
 private:
     std::string answerLogged(const std::string &request);

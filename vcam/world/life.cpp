@@ -4,6 +4,7 @@
 #include "vcam/world/apart.h"
 #include "vcam/world/expectations.h"
 #include "vcam/world/life_log.h"
+#include "vcam/world/promises.h"
 #include "vcam/world/stage.h"
 #include "vcam/world/world.h"
 
@@ -24,6 +25,11 @@ public:
           stage_(world_, scenario.directory),
           expectations_(world_, scenario, log_,
                         [this](const std::string &sentence) { fail(sentence); }) {
+        if (options.checksPromises || scenario.checksPromises) {
+            promises_.emplace(world_, [this](const std::string &sentence) {
+                fail("at " + shownMoment(world_.now()) + " s: " + sentence);
+            });
+        }
         if (options.isKept) {
             speaker_ = std::make_unique<WavSpeaker>(dir.speakerFile(), world_.registers().loss);
         }
@@ -42,6 +48,9 @@ public:
 private:
     void onLine(Moment now, Voice voice, const std::string &line) override {
         log_.add(now, voice, line);
+        if (promises_) {
+            promises_->onLine(voice, line);
+        }
     }
 
     void onSound(Moment now, const PlayFormat &format,
@@ -49,17 +58,30 @@ private:
         sound_.add(&now, sizeof now);
         sound_.add(samples.data(), samples.size_bytes());
         expectations_.hear(now, format, samples);
+        if (promises_) {
+            promises_->onSound(format, samples);
+        }
         if (speaker_) {
             speaker_->play(format, samples);
         }
     }
 
-    void onRecord(Moment /*now*/, const WorldSenders::Record & /*record*/) override { ++records_; }
+    void onRecord(Moment /*now*/, const WorldSenders::Record &record) override {
+        ++records_;
+        if (promises_) {
+            promises_->onRecord(record);
+        }
+    }
 
-    void onDaemonEnd(Moment /*now*/, int status) override { expectations_.daemonEnded(status); }
+    void onDaemonEnd(Moment /*now*/, int status) override {
+        expectations_.daemonEnded(status);
+        if (promises_) {
+            promises_->onDaemonEnd(status);
+        }
+    }
 
     void fail(const std::string &sentence) {
-        log_.add(world_.now(), Voice::world, sentence);
+        log_.add(world_.now(), Voice::world, "FAILED: " + sentence);
         if (failures_.size() < mostFailures) {
             failures_.push_back(sentence);
         }
@@ -83,6 +105,9 @@ private:
             return;
         }
         log_.add(world_.now(), Voice::world, shownStep(step));
+        if (promises_) {
+            promises_->onStep(step);
+        }
         stage_.act(step);
     }
 
@@ -113,6 +138,7 @@ private:
     LifeLog log_;
     Stage stage_;
     Expectations expectations_;
+    std::optional<Promises> promises_;
     std::unique_ptr<WavSpeaker> speaker_;
     Digest sound_;
     std::uint64_t records_ = 0;

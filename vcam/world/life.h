@@ -9,7 +9,8 @@
 #include <vector>
 
 struct LifeOptions {
-    bool isKept = false; // "life.log" and "speaker.wav" in the camera's directory
+    bool isKept = false;        // "life.log" and "speaker.wav" in the camera's directory
+    bool checksPromises = false; // what the daemon promises in any life (promises.h)
 };
 
 // What came of a life. Two that are alike have the same digests, on whatever processor.

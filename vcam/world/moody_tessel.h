@@ -8,6 +8,7 @@
 #include "vcam/world/virtual_clock.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,9 @@ public:
 
     // Sets one of the camera's settings, as another of the camera's processes would.
     void set(const std::string &key, const std::string &value);
+
+    // What a setting is.
+    std::optional<std::string> get(const std::string &key) const { return tessel_.get(key); }
 
     // Takes the requests that are there, and answers, now or by the agenda. `callers` grows when the
     // daemon calls. True: a reply is sent.

@@ -63,13 +63,16 @@ private:
             scenario.about = scalar(value);
         } else if (name == "until") {
             scenario.until = time(value);
+        } else if (name == "promises" && value.Scalar() == "yes") {
+            scenario.checksPromises = true;
         } else if (name == "steps" && value.IsSequence()) {
             for (const YAML::Node &node : value) {
                 scenario.steps.push_back(step(node));
             }
         } else {
             fail(placeOf(file_, key.Mark()),
-                 "a scenario has the keys about, until and steps (a list), not " + name);
+                 "a scenario has the keys about, until, promises (yes) and steps (a list), not " +
+                     name);
         }
     }
 
@@ -144,7 +147,8 @@ std::string shownStep(const Step &step) {
 
 void writeScenario(const Scenario &scenario, const fs::path &file) {
     std::string text = "about: " + quoted(scenario.about) + "\nuntil: " +
-                       shownSeconds(scenario.until) + "\nsteps:\n";
+                       shownSeconds(scenario.until) +
+                       (scenario.checksPromises ? "\npromises: yes" : "") + "\nsteps:\n";
     for (const Step &step : scenario.steps) {
         text.append("  - ").append(shownStep(step)).append("\n");
     }

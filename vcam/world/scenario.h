@@ -7,6 +7,8 @@
 //       - {at: 3, talk: on}
 //       - {at: 3, within: 0.5, log: 2-way audio in progress}
 //
+// With "promises: yes" what the daemon promises in any life is checked as well.
+//
 // A step has a time, in seconds since the camera was switched on, a verb with its object, and what
 // goes with the verb. All are text here; scenario_verbs.h knows which there are.
 #pragma once
@@ -35,7 +37,8 @@ struct Step {
 
 struct Scenario {
     std::string about;
-    Moment until = 0; // the daemon is asked to end
+    Moment until = 0;            // the daemon is asked to end
+    bool checksPromises = false; // what the daemon promises in any life is checked as well
     std::vector<Step> steps;
     std::filesystem::path directory; // that files are named from
 };

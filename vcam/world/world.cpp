@@ -1,5 +1,7 @@
 #include "vcam/world/world.h"
 
+#include "vcam/camera/text_file.h"
+
 #include <sched.h>
 
 #include <algorithm>
@@ -54,7 +56,7 @@ World::World(const CameraDir &dir, Target target, WorldObserver &observer,
       tessel_(
           dir_,
           [this](const std::string &key) {
-              if (key == "audioout_c0_volume" && isDaemonAlive()) {
+              if (key == "audioout_c0_volume" && takesSignals()) {
                   signalDaemon(SIGHUP);
               }
           },
@@ -100,6 +102,11 @@ void World::signalDaemon(int signal) {
     } else if (isDaemonAlive()) {
         kill(daemon_.pid(), SIGKILL);
     }
+}
+
+// It takes none before it has written its PID file.
+bool World::takesSignals() const {
+    return isDaemonAlive() && readPidFile(dir_.place(voxoPidPath)) == daemon_.pid();
 }
 
 void World::advanceTo(Moment moment) {
@@ -206,6 +213,7 @@ void World::goOnAlone(Moment end) {
 }
 
 void World::end() {
+    isEnding_ = true;
     say(Voice::world, "the end");
     agenda_.add(now_ + endPatience, [this] {
         if (isDaemonAlive()) {

@@ -59,6 +59,12 @@ public:
     // It is handled where the daemon waits; SIGKILL ends it there.
     void signalDaemon(int signal);
     bool isDaemonAlive() const { return daemon_.pid() != 0; }
+    // Whether the daemon has been told to end since the life is over.
+    bool isEnding() const { return isEnding_; }
+    // Whether the settings daemon can find it.
+    bool takesSignals() const;
+    // Whether the daemon's process is its own, not an emulator's.
+    bool isDaemonNative() const { return target_.runner.empty(); }
     pid_t daemonPid() const { return daemon_.pid(); }
 
     // How many signals the audio encoder has had, which is played by this process.
@@ -122,6 +128,7 @@ private:
     DaemonOutput output_;
     Child daemon_;
     bool hasBoardBeenTried_ = false;
+    bool isEnding_ = false;
     std::deque<int> signals_;
     std::uint64_t turnsAtThisMoment_ = 0;
 };
