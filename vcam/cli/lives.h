@@ -17,3 +17,14 @@ int play(const CameraDir &dir, const Target &target, const PlayOptions &options)
 
 // Prints a table of a life that took so long.
 void printLife(const LifeReport &report, double wallSeconds);
+
+struct SimOptions {
+    std::uint64_t firstSeed = 1;
+    std::uint64_t lastSeed = 1;
+    double hours = 1;
+    std::string keep;     // where the scenario of each seed that breaks a promise goes; empty: nowhere
+    bool shrinks = false; // cuts such a scenario down to the events that still show it
+};
+
+// Lives a random life for each seed, on all processors; 1 when a promise was broken.
+int sim(const Target &target, const SimOptions &options);

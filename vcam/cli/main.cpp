@@ -110,6 +110,41 @@ void addPlay(CLI::App &app, PlayOptions &options, std::function<int()> &command,
     sub->callback([&] { command = [&] { return play(CameraDir(dir), target, options); }; });
 }
 
+// "A..B", or one number.
+void takeSeeds(const std::string &seeds, SimOptions &options) {
+    try {
+        std::size_t end = 0;
+        options.firstSeed = options.lastSeed = std::stoull(seeds, &end);
+        if (seeds.substr(end, 2) == "..") {
+            const std::string last = seeds.substr(end + 2);
+            options.lastSeed = std::stoull(last, &end);
+            end = last.size() == end ? seeds.size() : 0;
+        }
+        if (end == seeds.size() && options.firstSeed <= options.lastSeed) {
+            return;
+        }
+    } catch (const std::exception &) {
+    }
+    throw CLI::ValidationError("--seeds", "A..B is wanted, two numbers, not " + seeds);
+}
+
+void addSim(CLI::App &app, SimOptions &options, std::function<int()> &command,
+            const Target &target) {
+    CLI::App *const sub = app.add_subcommand(
+        "sim", "Live random lives on the virtual clock, and check what the daemon promises in any");
+    sub->add_option_function<std::string>(
+           "--seed,--seeds", [&](const std::string &seeds) { takeSeeds(seeds, options); },
+           "The seed of a life, or A..B for so many lives, on all processors")
+        ->required();
+    sub->add_option("--hours", options.hours, "How long each is (default: 1)")
+        ->check(CLI::Range(0.05, 10000.0));
+    sub->add_option("--keep", options.keep,
+                    "Write the scenario of a seed that breaks a promise to this directory");
+    sub->add_flag("--shrink", options.shrinks,
+                  "Cut such a scenario down to the few events that still show it");
+    sub->callback([&] { command = [&] { return sim(target, options); }; });
+}
+
 int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
@@ -147,6 +182,9 @@ int run(int argc, char **argv) {
 
     PlayOptions playOptions;
     addPlay(app, playOptions, command, dir, target);
+
+    SimOptions simOptions;
+    addSim(app, simOptions, command, target);
 
     std::size_t records = 0;
     CLI::App *const soakCommand = app.add_subcommand(

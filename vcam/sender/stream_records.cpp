@@ -33,6 +33,13 @@ StreamRecord lawRecord(Law law) {
     return record;
 }
 
+StreamRecord rateRecord(std::uint32_t rate) {
+    StreamRecord record = newRecord(aacRateWord + sizeof rate, codeConf);
+    setRecordWord(record.data(), recordCodecWord, codeAac);
+    setRecordWord(record.data(), aacRateWord, rate);
+    return record;
+}
+
 StreamRecord audioRecord(std::span<const std::uint8_t> payload) {
     StreamRecord record = newRecord(recordBody + payload.size(), codeG711);
     std::copy(payload.begin(), payload.end(), record.begin() + recordBody);

@@ -16,6 +16,9 @@ using StreamRecord = std::vector<std::uint8_t>;
 StreamRecord lawRecord(Law law);
 StreamRecord plainRecord();
 
+// Codec information of another codec, which tells a rate in Hz.
+StreamRecord rateRecord(std::uint32_t rate);
+
 StreamRecord audioRecord(std::span<const std::uint8_t> payload);
 
 // A record of a type that the daemon passes over.

@@ -102,3 +102,16 @@ std::string commandName(std::uint32_t command) {
            << command;
     return number.str();
 }
+
+std::uint32_t commandNamed(const std::string &name) {
+    const auto *const found = std::find_if(std::begin(names), std::end(names),
+                                           [&](const CommandName &one) { return name == one.name; });
+    return found != std::end(names) ? found->command : 0;
+}
+
+std::vector<std::uint32_t> namedCommands() {
+    std::vector<std::uint32_t> commands;
+    std::transform(std::begin(names), std::end(names), std::back_inserter(commands),
+                   [](const CommandName &name) { return name.command; });
+    return commands;
+}

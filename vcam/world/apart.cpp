@@ -1,8 +1,10 @@
 #include "vcam/world/apart.h"
 
 #include "vcam/camera/text_file.h"
+#include "vcam/world/end_request.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,7 +23,7 @@ void eachNumber(Report &report, const Use &use) {
     for (auto *const number :
          {&report.log, &report.requests, &report.commands, &report.sound, &report.records,
           &report.lines, &report.requestCount, &report.commandCount, &report.periods,
-          &report.underruns, &report.end}) {
+          &report.underruns, &report.end, &report.failedAt}) {
         use(*number);
     }
 }
@@ -62,6 +64,24 @@ void writeAll(int fd, const std::string &text) {
     }
 }
 
+// Moves this process to the `place`-th of its processors.
+void moveTo(unsigned place) {
+    cpu_set_t all;
+    if (sched_getaffinity(0, sizeof all, &all) != 0) {
+        return;
+    }
+    place %= static_cast<unsigned>(CPU_COUNT(&all));
+    for (int processor = 0; processor < CPU_SETSIZE; ++processor) {
+        if (CPU_ISSET(processor, &all) && place-- == 0) {
+            cpu_set_t one;
+            CPU_ZERO(&one);
+            CPU_SET(processor, &one);
+            sched_setaffinity(0, sizeof one, &one);
+            return;
+        }
+    }
+}
+
 [[noreturn]] void liveIn(int fd, const std::function<LifeReport()> &life) {
     try {
         writeAll(fd, textOf(life()));
@@ -73,7 +93,7 @@ void writeAll(int fd, const std::string &text) {
 
 } // namespace
 
-LifeProcess::LifeProcess(const std::function<LifeReport()> &life) {
+LifeProcess::LifeProcess(const std::function<LifeReport()> &life, unsigned place) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         failAt("cannot make", "a pipe");
@@ -87,7 +107,9 @@ LifeProcess::LifeProcess(const std::function<LifeReport()> &life) {
         failAt("cannot start", "a process");
     }
     if (pid_ == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        heedEndRequests();
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        moveTo(place);
         if (getppid() == parent) {
             liveIn(own.get(), life);
         }
@@ -105,7 +127,11 @@ LifeProcess::~LifeProcess() {
 LifeReport LifeProcess::report() {
     std::string text;
     char piece[4096];
-    for (ssize_t count = 0; (count = read(result_.get(), piece, sizeof piece)) > 0;) {
+    for (ssize_t count = 0; (count = read(result_.get(), piece, sizeof piece)) != 0;) {
+        if (count < 0) {
+            throwIfEndIsAskedFor();
+            continue;
+        }
         text.append(piece, static_cast<std::size_t>(count));
     }
     waitpid(std::exchange(pid_, 0), nullptr, 0);

@@ -10,8 +10,8 @@
 
 class LifeProcess {
 public:
-    // Lives from now on, beside this process.
-    explicit LifeProcess(const std::function<LifeReport()> &life);
+    // Lives from now on, beside this process, on the `place`-th of its processors.
+    explicit LifeProcess(const std::function<LifeReport()> &life, unsigned place = 0);
     LifeProcess(const LifeProcess &) = delete;
     LifeProcess &operator=(const LifeProcess &) = delete;
     // Ends it, if it has not ended.

@@ -82,6 +82,7 @@ private:
 
     void fail(const std::string &sentence) {
         log_.add(world_.now(), Voice::world, "FAILED: " + sentence);
+        failedAt_ = failures_.empty() ? world_.now() : failedAt_;
         if (failures_.size() < mostFailures) {
             failures_.push_back(sentence);
         }
@@ -129,6 +130,7 @@ private:
         result.periods = registers.ao.periodsPlayed;
         result.underruns = registers.ao.underruns;
         result.end = world_.now();
+        result.failedAt = failedAt_;
         result.failures = failures_;
         return result;
     }
@@ -142,6 +144,7 @@ private:
     std::unique_ptr<WavSpeaker> speaker_;
     Digest sound_;
     std::uint64_t records_ = 0;
+    Moment failedAt_ = 0;
     std::vector<std::string> failures_;
 };
 
@@ -152,8 +155,13 @@ bool LifeReport::isLike(const LifeReport &other) const {
            sound == other.sound && records == other.records && end == other.end;
 }
 
+LifeReport lived(const CameraDir &dir, const Target &target, const Scenario &scenario,
+                 const LifeOptions &options) {
+    return Life(dir, target, scenario, options).live();
+}
+
 LifeReport live(const CameraDir &dir, const Target &target, const Scenario &scenario,
                 const LifeOptions &options) {
-    LifeProcess process([&] { return Life(dir, target, scenario, options).live(); });
+    LifeProcess process([&] { return lived(dir, target, scenario, options); });
     return process.report();
 }

@@ -26,11 +26,17 @@ struct LifeReport {
     std::uint64_t periods = 0;
     std::uint64_t underruns = 0;
     Moment end = 0;
+    Moment failedAt = 0; // for the first time
     std::vector<std::string> failures; // sentences; empty: all is as it should be
 
     bool isLike(const LifeReport &other) const;
 };
 
-// Lives a scenario in a process of its own. Throws a CameraError when it cannot be lived at all.
+// Lives a scenario in this process, which has room for one life only. Throws a CameraError when it
+// cannot be lived at all.
+LifeReport lived(const CameraDir &dir, const Target &target, const Scenario &scenario,
+                 const LifeOptions &options);
+
+// The same in a process of its own.
 LifeReport live(const CameraDir &dir, const Target &target, const Scenario &scenario,
                 const LifeOptions &options);

@@ -122,7 +122,7 @@ void Promises::started(const std::string & /*line*/) {
 
 void Promises::clipOpens(const std::string &line) {
     sound_.lastMayBeLost();
-    const std::string path = line.substr(line.find('/'));
+    const std::string path = line.substr(line.find(": ") + 2);
     clip_ = path.starts_with('/') ? clipAt(world_.dir().place(path)) : decltype(clip_)();
     clipRead_ = 0;
 }

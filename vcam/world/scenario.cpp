@@ -145,14 +145,18 @@ std::string shownStep(const Step &step) {
     return line + "}";
 }
 
-void writeScenario(const Scenario &scenario, const fs::path &file) {
+std::string shownScenario(const Scenario &scenario) {
     std::string text = "about: " + quoted(scenario.about) + "\nuntil: " +
                        shownSeconds(scenario.until) +
                        (scenario.checksPromises ? "\npromises: yes" : "") + "\nsteps:\n";
     for (const Step &step : scenario.steps) {
         text.append("  - ").append(shownStep(step)).append("\n");
     }
-    writeFile(file, text);
+    return text;
+}
+
+void writeScenario(const Scenario &scenario, const fs::path &file) {
+    writeFile(file, shownScenario(scenario));
 }
 
 std::string shownPlace(const Place &place) {

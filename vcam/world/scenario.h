@@ -46,7 +46,10 @@ struct Scenario {
 // Reads a scenario, and checks every step of it. Throws a CameraError with file, line and column.
 Scenario readScenario(const std::filesystem::path &file);
 
-// Writes a scenario that readScenario() takes. Throws when it cannot.
+// A scenario as a text that readScenario() takes.
+std::string shownScenario(const Scenario &scenario);
+
+// Writes that to a file. Throws when it cannot.
 void writeScenario(const Scenario &scenario, const std::filesystem::path &file);
 
 // "FILE:LINE:COLUMN: ", or nothing.

@@ -1,6 +1,7 @@
 #include "vcam/world/world.h"
 
 #include "vcam/camera/text_file.h"
+#include "vcam/world/end_request.h"
 
 #include <sched.h>
 
@@ -226,6 +227,7 @@ void World::end() {
 void World::live(Moment end) {
     agenda_.add(end, [this] { this->end(); });
     while (now_ < end || isDaemonAlive()) {
+        throwIfEndIsAskedFor();
         if (!isDaemonAlive()) {
             goOnAlone(end);
         } else if (awaitDaemon()) {
