@@ -73,6 +73,12 @@ private:
         }
     }
 
+    void onRecordTaken(Moment now) override {
+        if (promises_) {
+            promises_->onRecordTaken(now);
+        }
+    }
+
     void onDaemonEnd(Moment /*now*/, int status) override {
         expectations_.daemonEnded(status);
         if (promises_) {

@@ -17,9 +17,8 @@ constexpr Moment watchEvery = 30 * nanosecondsPerSecond;
 constexpr Moment longestRoad = 30 * nanosecondsPerSecond;     // of a sample to the loudspeaker
 constexpr Moment longestReaction = 120 * nanosecondsPerSecond; // to a signal, several requests late
 constexpr std::size_t chunkBytes = 2048;
-constexpr std::uint64_t keptBack = 4096;     // samples that wait for the next ones, besides a period
+constexpr std::uint64_t keptBack = 8192;     // samples that wait for the next ones, besides a period
 constexpr std::uint64_t playOutSamples = 3 * 8000;
-constexpr std::uint64_t queuedFrames = 30;
 constexpr unsigned warmUp = 4; // looks
 constexpr std::size_t mostLooks = 8;
 constexpr std::uint64_t memoryTolerance = 256; // kB
@@ -29,24 +28,6 @@ constexpr char stoppedReport[] = "set NameValue 99 0 0 | status_audioclip_playin
 
 std::uint64_t periodPoints(const AoRegisters &ao) {
     return ao.attr[offsetof(AIO_ATTR_S, u32PtNumPerFrm) / sizeof(Register)];
-}
-
-// What the daemon plays of a clip: the samples of one side; nothing if it is none.
-std::vector<std::int16_t> clipAt(const std::filesystem::path &file) {
-    SndfileHandle clip(file.string());
-    if (!clip || clip.channels() < 1 || clip.channels() > 2) {
-        return {};
-    }
-    const auto channels = static_cast<std::size_t>(clip.channels());
-    std::vector<std::int16_t> frames(static_cast<std::size_t>(clip.frames()) * channels);
-    frames.resize(static_cast<std::size_t>(
-        clip.read(frames.data(), static_cast<sf_count_t>(frames.size()))));
-    std::vector<std::int16_t> side;
-    for (std::size_t i = 0; i < frames.size(); i += channels) {
-        side.push_back(frames[i]);
-    }
-    side.shrink_to_fit();
-    return side;
 }
 
 } // namespace
@@ -78,9 +59,10 @@ void Promises::breach(const std::string &sentence) {
 
 void Promises::onStep(const Step &step) {
     noteFaults();
+    isClipReported_ = isClipReported_ && step.verb != "tessel";
     if (step.verb == "set" && step.object == volumeKey) {
         expectVolume(textOf(step, "to"));
-    } else if (step.verb == "signal") {
+    } else if (step.verb == "signal" && world_.isDaemonAlive()) {
         isEndAskedFor_ = isEndAskedFor_ || step.object == "TERM" || step.object == "INT";
         isKilled_ = isKilled_ || step.object == "KILL";
         if (step.object == "TERM" || step.object == "INT") {
@@ -120,19 +102,36 @@ void Promises::started(const std::string & /*line*/) {
     isReady_ = true;
 }
 
+// What the daemon plays of a clip: nothing if it is none.
+Promises::Clip Promises::clipAt(const std::filesystem::path &file) {
+    SndfileHandle clip(file.string());
+    if (!clip || clip.channels() < 1 || clip.channels() > 2) {
+        return {};
+    }
+    const auto channels = static_cast<std::size_t>(clip.channels());
+    std::vector<std::int16_t> frames(static_cast<std::size_t>(clip.frames()) * channels);
+    frames.resize(static_cast<std::size_t>(
+        clip.read(frames.data(), static_cast<sf_count_t>(frames.size()))));
+    Clip result = {{}, static_cast<std::uint32_t>(clip.samplerate()), 2 * channels};
+    for (std::size_t i = 0; i < frames.size(); i += channels) {
+        result.samples.push_back(frames[i]);
+    }
+    return result;
+}
+
 void Promises::clipOpens(const std::string &line) {
-    sound_.lastMayBeLost();
+    sound_.lastMayBeLost(world_.now());
     const std::string path = line.substr(line.find(": ") + 2);
-    clip_ = path.starts_with('/') ? clipAt(world_.dir().place(path)) : decltype(clip_)();
+    clip_ = path.starts_with('/') ? clipAt(world_.dir().place(path)) : Clip();
     clipRead_ = 0;
 }
 
 // Each step of a clip drops what the stream has sent.
 void Promises::chunkBegins(const std::string & /*line*/) {
-    sound_.lastMayBeLost();
-    const std::size_t samples = chunkBytes / 2;
-    if (clip_.size() - clipRead_ >= samples) {
-        const auto begin = clip_.begin() + static_cast<std::ptrdiff_t>(clipRead_);
+    sound_.lastMayBeLost(world_.now());
+    const std::size_t samples = chunkBytes / clip_.frameBytes;
+    if (clip_.samples.size() - clipRead_ >= samples) {
+        const auto begin = clip_.samples.begin() + static_cast<std::ptrdiff_t>(clipRead_);
         sound_.chunk(world_.now(), {begin, begin + static_cast<std::ptrdiff_t>(samples)});
         clipRead_ += samples;
     }
@@ -140,15 +139,17 @@ void Promises::chunkBegins(const std::string & /*line*/) {
 
 void Promises::clipPlaysOut(const std::string & /*line*/) {
     playsOut_ = true;
+    isPlayOutLongEnough_ = sound_.owed(endOfTime) + keptBack < playOutSamples;
 }
 
-// After its play-out a clip's output is cleared. By then it has been heard, unless it is longer.
+// After its play-out a clip's output is cleared. By then it has been heard, if there was time for it.
 void Promises::chunkEnds(const std::string &line) {
+    sound_.clipRate(clip_.rate);
     if (!std::exchange(playsOut_, false)) {
         return;
     }
     const std::uint64_t period = periodPoints(world_.registers().ao);
-    const bool isHeard = period * queuedFrames < playOutSamples && !isEndAskedFor_;
+    const bool isHeard = isPlayOutLongEnough_ && !isEndAskedFor_ && !world_.isEnding();
     if (isHeard && sound_.owed(world_.now()) > period + keptBack) {
         breach("play-out: " + std::to_string(sound_.owed(world_.now())) +
                " samples were cut off a clip's end");
@@ -166,14 +167,14 @@ void Promises::outputReset(const std::string &line) {
 }
 
 void Promises::recordLost(const std::string & /*line*/) {
-    sound_.lastMayBeLost();
+    sound_.lastMayBeLost(world_.now());
 }
 
 // "dwVolume = 80, dwGain = 19"
 void Promises::volumeSet(const std::string &line) {
     const int volume = std::atoi(line.substr(line.find("= ") + 2).c_str());
     const int gain = std::atoi(line.substr(line.rfind("= ") + 2).c_str());
-    if (isVolumeKnown_ && volume >= 0 && volume <= 100 && gain != 91 - volume * 91 / 100) {
+    if (isVolumeKnown_ && !hasFaultCome_ && gain != 91 - volume * 91 / 100) {
         breach("volume: " + line);
     }
     gain_.reset();
@@ -221,7 +222,7 @@ void Promises::checkRequest(const std::string &line) {
     }
 }
 
-// While a failure is to come, all may be lost that is sent.
+// A call or command that fails may cost what has been sent so far.
 void Promises::noteFaults() {
     std::uint32_t left = 0;
     for (const FaultRegisters &fault : world_.registers().faults) {
@@ -234,12 +235,9 @@ void Promises::noteFaults() {
         hasFaultCome_ = true;
         gain_.reset();
         isClipReported_ = false;
-    }
-    if (left != faultsLeft_) {
         sound_.cleared();
     }
     faultsLeft_ = left;
-    sound_.excuse(left > 0);
 }
 
 void Promises::expectEnd() {

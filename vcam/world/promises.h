@@ -21,6 +21,7 @@ public:
     void onLine(Voice voice, const std::string &line);
     void onSound(const PlayFormat &format, std::span<const std::int32_t> samples);
     void onRecord(const WorldSenders::Record &record);
+    void onRecordTaken(Moment now) { sound_.taken(now); }
     void onDaemonEnd(int status);
 
     // Looks at what the daemon holds, now and again.
@@ -57,9 +58,17 @@ private:
     World &world_;
     std::function<void(const std::string &sentence)> broken_;
     SoundPromise sound_;
-    std::vector<std::int16_t> clip_; // that is open
+    struct Clip {
+        std::vector<std::int16_t> samples; // of one side
+        std::uint32_t rate = 0;
+        std::size_t frameBytes = 2; // of both sides
+    };
+    static Clip clipAt(const std::filesystem::path &file);
+
+    Clip clip_; // that is open
     std::size_t clipRead_ = 0;       // samples of it
     bool playsOut_ = false;
+    bool isPlayOutLongEnough_ = false; // for all that is queued
     bool isClipReported_ = false; // as playing
     bool isVolumeKnown_ = true;   // what has been set last is a volume
     std::optional<std::uint32_t> gain_; // that the codec has to have

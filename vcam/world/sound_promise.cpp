@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::uint32_t outputRate = 8000;
 constexpr std::uint32_t sameRate = 2;
+constexpr Moment longestDealing = 200 * nanosecondsPerMillisecond;
 // By so many samples a block is known among the others.
 constexpr std::size_t mark = 12;
 // Payloads up to this size fit all of the daemon's buffers and the platform's frames.
@@ -63,57 +64,96 @@ std::vector<std::int16_t> SoundPromise::soundOf(const Block &block, const Format
     return sound;
 }
 
-void SoundPromise::announced(const Format &format) {
+void SoundPromise::announced(Law law, std::uint32_t rate) {
     former_ = isFormatSure_ ? format_ : former_;
-    format_ = format;
+    rate_ = rate;
+    format_ = {law, static_cast<std::uint32_t>(2 * std::uint64_t{rate} / outputRate)};
     isFormatSure_ = false;
     isLastFormat_ = true;
 }
 
+void SoundPromise::takeCodec(std::span<const std::uint8_t> record) {
+    const auto has = [&](std::uint32_t word) { return record.size() >= word + sizeof word; };
+    const auto wordAt = [&](std::uint32_t word) { return recordWord(record.data(), word); };
+    switch (wordAt(recordCodecWord)) {
+    case codeG711:
+        if (has(g711FlagWord) && wordAt(g711FlagWord) != 0) {
+            announced(wordAt(g711LawWord) == codeAlaw ? Law::a : Law::u, rate_);
+        } else if (has(g711FlagWord)) {
+            announced(format_.law, outputRate);
+        }
+        break;
+    case codeAac:
+        if (has(aacRateWord)) {
+            announced(format_.law, wordAt(aacRateWord));
+        }
+        break;
+    case codeAmr:
+        if (has(amrRateWord)) {
+            announced(format_.law, wordAt(amrRateWord));
+        }
+        break;
+    case codeG726:
+        announced(format_.law, outputRate);
+        break;
+    default:
+        announced(format_.law, rate_);
+        break;
+    }
+}
+
+void SoundPromise::taken(Moment now) {
+    lastTakenAt_ = now;
+    if (isLastFormat_) {
+        formatTakenAt_ = now;
+    }
+}
+
+// Whether the daemon has done with the datagram that was sent last: a message that has come with it
+// may keep it for a moment.
+bool SoundPromise::isSettled(Moment now) const {
+    return lastTakenAt_ && now > *lastTakenAt_ + longestDealing;
+}
+
 void SoundPromise::sent(Moment now, std::span<const std::uint8_t> record) {
-    if (std::exchange(isLastFormat_, false) && !excusesAll_) {
+    lastTakenAt_.reset();
+    if (std::exchange(isLastFormat_, false)) {
         isFormatSure_ = true;
     }
     if (const auto payload = payloadOf(record)) {
-        Block block = {now, {payload->begin(), payload->end()}, {}, format_, former_, false};
+        Block block = {now, {payload->begin(), payload->end()}, {}, format_, former_, false, false};
         block.mayBeLost =
             block.payload.size() * format_.ratio / sameRate > alwaysFits || !isFormatSure_;
         add(std::move(block));
         return;
     }
-    const bool isConf = record.size() > recordCodecWord + sizeof(std::uint32_t) &&
-                        recordWord(record.data(), recordTypeWord) == codeConf;
-    if (!isConf) {
-        return;
+    if (record.size() >= recordBody && recordWord(record.data(), recordTypeWord) == codeConf) {
+        takeCodec(record);
     }
-    Format format = format_;
-    const std::uint32_t codec = recordWord(record.data(), recordCodecWord);
-    std::uint32_t rate = outputRate;
-    if (codec == codeG711 && record.size() >= g711ConfSize &&
-        recordWord(record.data(), g711FlagWord) != 0) {
-        format.law = recordWord(record.data(), g711LawWord) == codeAlaw ? Law::a : Law::u;
-        announced(format);
-        return;
-    }
-    if (codec == codeAac && record.size() >= aacRateWord + sizeof rate) {
-        rate = recordWord(record.data(), aacRateWord);
-    } else if (codec == codeAmr && record.size() >= amrRateWord + sizeof rate) {
-        rate = recordWord(record.data(), amrRateWord);
-    }
-    format.ratio = static_cast<std::uint32_t>(2 * std::uint64_t{rate} / outputRate);
-    announced(format);
 }
 
+// The datagram that was sent last has been played before the chunk, or is dropped, or comes after it.
 void SoundPromise::chunk(Moment now, std::vector<std::int16_t> samples) {
-    add({now, {}, std::move(samples), format_, format_, false});
+    std::optional<Block> onItsWay;
+    const bool isHeard = blocks_.size() == 1 && !current_.empty();
+    if (!isSettled(now) && !blocks_.empty() && !isHeard && !blocks_.back().payload.empty()) {
+        onItsWay = blocks_.back();
+        onItsWay->mayBeLost = true;
+        if (std::exchange(onItsWay->mayComeLater, true)) {
+            blocks_.pop_back();
+        }
+    }
+    add({now, {}, std::move(samples), format_, format_, false, false});
+    if (onItsWay) {
+        blocks_.push_back(*std::move(onItsWay));
+    }
 }
 
 void SoundPromise::add(Block block) {
-    if (block.payload.empty() && block.samples.empty()) {
+    if (block.samples.empty() && soundOf(block, block.format).empty() && isFormatSure_) {
         return;
     }
     block.former = isFormatSure_ ? block.format : block.former;
-    block.mayBeLost = block.mayBeLost || excusesAll_;
     blocks_.push_back(std::move(block));
 }
 
@@ -122,6 +162,7 @@ void SoundPromise::heard(std::span<const std::int32_t> samples, std::uint32_t ch
         return;
     }
     std::vector<std::int16_t> one = std::exchange(unmatched_, {});
+    const std::size_t carried = one.size();
     for (std::size_t i = 0; i < samples.size(); i += channels) {
         if (samples[i] != samples[i + channels - 1]) {
             broken_("the two sides differ");
@@ -130,30 +171,50 @@ void SoundPromise::heard(std::span<const std::int32_t> samples, std::uint32_t ch
         }
         one.push_back(static_cast<std::int16_t>(samples[i] >> 16));
     }
-    take(one);
+    take(one, carried);
 }
 
-void SoundPromise::take(std::span<const std::int16_t> heard) {
+// `carried` samples of it were heard before: too few to find them again, and what followed them may
+// have been cleared.
+void SoundPromise::take(std::span<const std::int16_t> heard, std::size_t carried) {
+    std::size_t run = 0; // samples that have matched in one go
     for (std::size_t at = 0; at < heard.size();) {
         if (offset_ < current_.size() && current_[offset_] == heard[at]) {
             ++at;
+            ++run;
             if (++offset_ == current_.size()) {
                 blocks_.pop_front();
                 current_.clear();
-                offset_ = 0;
+                offset_ = run = 0;
             }
             continue;
         }
+        if (run < mark) {
+            // A few samples may have been alike by chance.
+            at -= run;
+            offset_ -= std::exchange(run, 0);
+        }
         const std::span<const std::int16_t> ahead = heard.subspan(at);
-        if (ahead.size() < mark) {
+        if (ahead.size() < mark && !isNext(ahead)) {
             unmatched_.assign(ahead.begin(), ahead.end());
             return;
         }
-        if (!resume(ahead)) {
-            isBroken_ = true;
+        run = mark;
+        if (resume(ahead)) {
+            continue;
+        }
+        if (at > 0 || carried == 0) {
+            breach(ahead);
             return;
         }
+        at = carried;
     }
+}
+
+// Whether the block that is due begins with what is heard next.
+bool SoundPromise::isNext(std::span<const std::int16_t> ahead) const {
+    std::vector<std::int16_t> ignored;
+    return offset_ == 0 && !blocks_.empty() && beginsWith(blocks_.front(), ahead, &ignored);
 }
 
 // Finds the block that begins with what is heard next. The blocks in front of it have been lost.
@@ -161,23 +222,33 @@ bool SoundPromise::resume(std::span<const std::int16_t> ahead) {
     std::vector<std::int16_t> sound;
     const std::size_t first = offset_ > 0 ? 1 : 0;
     for (std::size_t i = first; i < blocks_.size(); ++i) {
-        if (!beginsWith(blocks_[i], ahead, &sound)) {
-            continue;
+        if (beginsWith(blocks_[i], ahead, &sound) && lostBefore(i) == 0) {
+            blocks_.erase(blocks_.begin(), blocks_.begin() + static_cast<std::ptrdiff_t>(i));
+            current_ = std::move(sound);
+            offset_ = 0;
+            return true;
         }
-        const auto end = blocks_.begin() + static_cast<std::ptrdiff_t>(i);
-        const bool isExplained = std::all_of(blocks_.begin(), end,
-                                             [](const Block &block) { return block.mayBeLost; });
-        if (!isExplained) {
-            broken_(std::to_string(i) + " blocks have been lost without a reason");
-            return false;
+    }
+    return false;
+}
+
+// How many of the first blocks must not be lost.
+std::size_t SoundPromise::lostBefore(std::size_t count) const {
+    const auto end = blocks_.begin() + static_cast<std::ptrdiff_t>(count);
+    return static_cast<std::size_t>(std::count_if(
+        blocks_.begin(), end, [](const Block &block) { return !block.mayBeLost; }));
+}
+
+void SoundPromise::breach(std::span<const std::int16_t> ahead) {
+    isBroken_ = true;
+    std::vector<std::int16_t> sound;
+    for (std::size_t i = 0; i < blocks_.size(); ++i) {
+        if (beginsWith(blocks_[i], ahead, &sound)) {
+            broken_(std::to_string(lostBefore(i)) + " blocks have been lost without a reason");
+            return;
         }
-        blocks_.erase(blocks_.begin(), end);
-        current_ = std::move(sound);
-        offset_ = 0;
-        return true;
     }
     broken_("what is heard was not sent, or not here");
-    return false;
 }
 
 bool SoundPromise::beginsWith(const Block &block, std::span<const std::int16_t> ahead,
@@ -197,22 +268,28 @@ void SoundPromise::cleared() {
     for (Block &block : blocks_) {
         block.mayBeLost = true;
     }
-    lastMayBeLost();
+    isLastFormat_ = false; // and so it may never be sure
 }
 
-void SoundPromise::lastMayBeLost() {
-    isLastFormat_ = false; // and so it may never be sure
-    if (!blocks_.empty()) {
-        blocks_.back().mayBeLost = true;
+// The next may be on its way already.
+void SoundPromise::lastMayBeLost(Moment now) {
+    if (isSettled(now)) {
+        return;
+    }
+    isLastFormat_ = false;
+    isFormatSure_ = isFormatSure_ && now > formatTakenAt_ + longestDealing;
+    const std::size_t first = blocks_.size() - std::min<std::size_t>(blocks_.size(), 2);
+    for (std::size_t i = first; i < blocks_.size(); ++i) {
+        blocks_[i].mayBeLost = true;
+        blocks_[i].former = isFormatSure_ ? blocks_[i].former : former_;
     }
 }
 
+// What the driver has is still heard.
 void SoundPromise::daemonEnded() {
-    blocks_.clear();
-    current_.clear();
-    offset_ = 0;
-    unmatched_.clear();
+    cleared();
     format_ = former_ = {};
+    rate_ = outputRate;
     isFormatSure_ = true;
     isLastFormat_ = false;
     isBroken_ = false;

@@ -62,8 +62,9 @@ World::World(const CameraDir &dir, Target target, WorldObserver &observer,
               }
           },
           [this](const std::string &line) { say(Voice::tessel, line); }),
-      senders_(dir_,
-               [this](const WorldSenders::Record &record) { observer_.onRecord(now_, record); }),
+      senders_(
+          dir_, [this](const WorldSenders::Record &record) { observer_.onRecord(now_, record); },
+          [this] { observer_.onRecordTaken(now_); }),
       output_(dir_.path() / "voxo.log") {
     stayOnOneProcessor();
     encoderSignalCount = 0;

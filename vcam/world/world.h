@@ -35,6 +35,8 @@ public:
                          std::span<const std::int32_t> samples) = 0;
     // A record that is on its way to the daemon.
     virtual void onRecord(Moment now, const WorldSenders::Record &record) = 0;
+    // The daemon has taken it, and may be dealing with it.
+    virtual void onRecordTaken(Moment now) = 0;
     virtual void onDaemonEnd(Moment now, int status) = 0;
 };
 

@@ -10,8 +10,9 @@
 
 #include <utility>
 
-WorldSenders::WorldSenders(const CameraDir &dir, std::function<void(const Record &record)> onTaken)
-    : dir_(dir), onTaken_(std::move(onTaken)) {}
+WorldSenders::WorldSenders(const CameraDir &dir, std::function<void(const Record &record)> onSent,
+                           std::function<void()> onTaken)
+    : dir_(dir), onSent_(std::move(onSent)), onTaken_(std::move(onTaken)) {}
 
 void WorldSenders::sendRecord(Record record) {
     sources_.emplace_back([one = std::optional(std::move(record))]() mutable {
@@ -21,7 +22,11 @@ void WorldSenders::sendRecord(Record record) {
 
 bool WorldSenders::flush() {
     const bool messages = !messages_.empty() && flushMessages();
-    return (hasNext() && flushRecords()) || messages;
+    if (isOnItsWay_ && hasBeenTaken()) {
+        isOnItsWay_ = false;
+        onTaken_();
+    }
+    return (!isOnItsWay_ && hasNext() && flushRecords()) || messages;
 }
 
 bool WorldSenders::hasNext() {
@@ -34,7 +39,13 @@ bool WorldSenders::hasNext() {
     return next_.has_value();
 }
 
+bool WorldSenders::hasBeenTaken() {
+    int waiting = 0;
+    return ioctl(stream_.get(), SIOCOUTQ, &waiting) == 0 && waiting == 0;
+}
+
 void WorldSenders::daemonEnded() {
+    isOnItsWay_ = false;
     stream_.reset();
     fifo_.reset();
 }
@@ -53,15 +64,15 @@ bool WorldSenders::connectStream() {
 }
 
 bool WorldSenders::flushRecords() {
-    int waiting = 0;
-    if (!connectStream() || ioctl(stream_.get(), SIOCOUTQ, &waiting) != 0 || waiting > 0) {
+    if (!connectStream()) {
         return false;
     }
     if (send(stream_.get(), next_->data(), next_->size(), MSG_NOSIGNAL) < 0) {
         stream_.reset(); // the daemon that it was connected to has gone
         return false;
     }
-    onTaken_(*std::exchange(next_, std::nullopt));
+    isOnItsWay_ = true;
+    onSent_(*std::exchange(next_, std::nullopt));
     return true;
 }
 

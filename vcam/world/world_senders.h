@@ -16,8 +16,10 @@ class WorldSenders {
 public:
     using Record = std::vector<std::uint8_t>;
 
-    // `onTaken` hears of each record when it is on its way, in order.
-    WorldSenders(const CameraDir &dir, std::function<void(const Record &record)> onTaken);
+    // `onSent` hears of each record when it is on its way, in order, `onTaken` when the daemon has
+    // taken it.
+    WorldSenders(const CameraDir &dir, std::function<void(const Record &record)> onSent,
+                 std::function<void()> onTaken);
 
     // Records one after the other, until it gives none.
     using Source = std::function<std::optional<Record>()>;
@@ -40,10 +42,13 @@ private:
     bool hasNext();
     bool flushRecords();
     bool flushMessages();
+    bool hasBeenTaken();
     bool connectStream();
 
     const CameraDir &dir_;
-    std::function<void(const Record &record)> onTaken_;
+    std::function<void(const Record &record)> onSent_;
+    std::function<void()> onTaken_;
+    bool isOnItsWay_ = false; // a record
     UniqueFd stream_;
     UniqueFd fifo_;
     std::deque<Source> sources_;
