@@ -58,7 +58,7 @@ bool parseOpened(WAV_FILE *wav) {
     }
     wav->fileSize = static_cast<std::int32_t>(status.st_size);
     wav->littleEndian = std::endian::native == std::endian::little ? 1 : 0;
-    return wavParse(wav, static_cast<std::uint64_t>(status.st_size)) == 0;
+    return wavParse(wav, static_cast<std::uint64_t>(status.st_size)) == 0 && WAV_Rewind(wav) == 0;
 }
 
 bool openWav(WAV_FILE *wav) {
@@ -74,7 +74,7 @@ bool openWav(WAV_FILE *wav) {
         std::puts("[wav] : Only support 16-bit samples at present.");
         return false;
     }
-    return WAV_Rewind(wav) == 0;
+    return true;
 }
 
 void showChunk(const WAV_CHUNK &chunk) {
@@ -162,7 +162,9 @@ std::int32_t WAV_Rewind(WAV_FILE *handle) {
     if (handle == nullptr) {
         return -1;
     }
-    lseek(handle->descriptor, static_cast<off_t>(handle->dataOffset), SEEK_SET);
+    if (lseek(handle->descriptor, static_cast<off_t>(handle->dataOffset), SEEK_SET) < 0) {
+        return -1;
+    }
     handle->readPosition = handle->dataOffset;
     return 0;
 }
