@@ -6,6 +6,7 @@
 #include "vcam/world/life.h"
 
 #include <string>
+#include <vector>
 
 struct PlayOptions {
     std::string scenario; // a file
@@ -28,3 +29,13 @@ struct SimOptions {
 
 // Lives a random life for each seed, on all processors; 1 when a promise was broken.
 int sim(const Target &target, const SimOptions &options);
+
+struct SweepOptions {
+    std::string scenario;           // a file
+    std::uint32_t most = 30;        // issues of each call that are made to fail, from the first on
+    std::vector<std::string> names; // calls and driver commands; empty: all that are on the road
+};
+
+// Lives a scenario once for each issue of each call and driver command in it, which fails, and prints
+// what becomes of it; 1 when a promise was broken.
+int sweep(const Target &target, const SweepOptions &options);

@@ -145,6 +145,20 @@ void addSim(CLI::App &app, SimOptions &options, std::function<int()> &command,
     sub->callback([&] { command = [&] { return sim(target, options); }; });
 }
 
+void addSweep(CLI::App &app, SweepOptions &options, std::function<int()> &command,
+              const Target &target) {
+    CLI::App *const sub = app.add_subcommand(
+        "sweep", "Live a scenario again and again, each time with another call that fails");
+    sub->add_option("scenario", options.scenario, "A YAML file (see samples/scenarios)")
+        ->required()
+        ->check(CLI::ExistingFile);
+    sub->add_option("--most", options.most,
+                    "How many issues of each call, from the first on (default: 30)");
+    sub->add_option("names", options.names,
+                    "Only these calls and driver commands: read \"ao send\"");
+    sub->callback([&] { command = [&] { return sweep(target, options); }; });
+}
+
 int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
@@ -185,6 +199,9 @@ int run(int argc, char **argv) {
 
     SimOptions simOptions;
     addSim(app, simOptions, command, target);
+
+    SweepOptions sweepOptions;
+    addSweep(app, sweepOptions, command, target);
 
     std::size_t records = 0;
     CLI::App *const soakCommand = app.add_subcommand(

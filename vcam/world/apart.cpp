@@ -32,9 +32,15 @@ std::string textOf(const LifeReport &report) {
     std::ostringstream text;
     text << "lived";
     eachNumber(report, [&](std::uint64_t number) { text << ' ' << number; });
-    text << '\n';
+    text << ' ' << report.hasEndedByItself << '\n';
+    for (const std::uint32_t left : report.faultsLeft) {
+        text << "left " << left << '\n';
+    }
     for (const std::string &failure : report.failures) {
-        text << failure << '\n';
+        text << "fail " << failure << '\n';
+    }
+    for (const std::string &line : report.daemonLines) {
+        text << "line " << line << '\n';
     }
     return text.str();
 }
@@ -47,9 +53,14 @@ LifeReport reportOf(const std::string &text) {
     }
     LifeReport report;
     eachNumber(report, [&](std::uint64_t &number) { in >> number; });
+    in >> report.hasEndedByItself;
     std::getline(in, word);
-    for (std::string failure; std::getline(in, failure);) {
-        report.failures.push_back(failure);
+    for (std::string line; in >> word && in.get() && std::getline(in, line);) {
+        if (word == "left") {
+            report.faultsLeft.push_back(static_cast<std::uint32_t>(std::stoul(line)));
+        } else {
+            (word == "fail" ? report.failures : report.daemonLines).push_back(line);
+        }
     }
     return report;
 }

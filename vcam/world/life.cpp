@@ -21,7 +21,9 @@ public:
     Life(const CameraDir &dir, const Target &target, const Scenario &scenario,
          const LifeOptions &options)
         : scenario_(scenario), world_(dir, target, *this, FailingCalls::always),
-          log_(options.isKept ? dir.path() / "life.log" : "", Expectations::wantLines(scenario)),
+          log_(options.isKept ? dir.path() / "life.log" : "",
+               options.tellsLines || Expectations::wantLines(scenario)),
+          tellsLines_(options.tellsLines),
           stage_(world_, scenario.directory),
           expectations_(world_, scenario, log_,
                         [this](const std::string &sentence) { fail(sentence); }) {
@@ -138,12 +140,34 @@ private:
         result.end = world_.now();
         result.failedAt = failedAt_;
         result.failures = failures_;
+        result.hasEndedByItself = promises_ && promises_->hasDaemonEndedByItself();
+        tellFaults(result);
+        if (tellsLines_) {
+            tellLines(result);
+        }
         return result;
+    }
+
+    void tellFaults(LifeReport &result) {
+        for (const FaultRegisters &fault : world_.registers().faults) {
+            if (fault.command != 0) {
+                result.faultsLeft.push_back(fault.countdown);
+            }
+        }
+    }
+
+    void tellLines(LifeReport &result) const {
+        for (const LifeLog::Line &line : log_.lines()) {
+            if (line.voice == Voice::daemon && !line.text.empty()) {
+                result.daemonLines.push_back(line.text);
+            }
+        }
     }
 
     const Scenario &scenario_;
     World world_;
     LifeLog log_;
+    bool tellsLines_;
     Stage stage_;
     Expectations expectations_;
     std::optional<Promises> promises_;

@@ -11,6 +11,7 @@
 struct LifeOptions {
     bool isKept = false;        // "life.log" and "speaker.wav" in the camera's directory
     bool checksPromises = false; // what the daemon promises in any life (promises.h)
+    bool tellsLines = false;     // what the daemon has printed is in the report
 };
 
 // What came of a life. Two that are alike have the same digests, on whatever processor.
@@ -28,6 +29,9 @@ struct LifeReport {
     Moment end = 0;
     Moment failedAt = 0; // for the first time
     std::vector<std::string> failures; // sentences; empty: all is as it should be
+    std::vector<std::uint32_t> faultsLeft; // issues until each failure that was set; 0: it has come
+    std::vector<std::string> daemonLines;  // that the daemon has printed, if they were remembered
+    bool hasEndedByItself = false;         // a daemon, at least once
 
     bool isLike(const LifeReport &other) const;
 };

@@ -5,6 +5,7 @@
 #include <sndfile.hh>
 
 #include <algorithm>
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
@@ -144,7 +145,7 @@ void Promises::clipPlaysOut(const std::string & /*line*/) {
 
 // After its play-out a clip's output is cleared. By then it has been heard, if there was time for it.
 void Promises::chunkEnds(const std::string &line) {
-    sound_.clipRate(clip_.rate);
+    sound_.chunkWritten(clip_.rate);
     if (!std::exchange(playsOut_, false)) {
         return;
     }
@@ -250,8 +251,10 @@ void Promises::expectEnd() {
 
 void Promises::checkEnd(int status) {
     const bool isInOrder = status == 0 && (isEndAskedFor_ || world_.isEnding());
-    const bool isByFault = status < 128 && (hasFaultCome_ || faultsLeft_ > 0);
-    const bool isBySignal = status > 128 && (isKilled_ || !isReady_);
+    const bool isSignalled = status > 128 && status < 128 + NSIG;
+    const bool isByFault = !isSignalled && hasFaultCome_;
+    const bool isBySignal = isSignalled && (isKilled_ || !isReady_);
+    hasEndedByItself_ = hasEndedByItself_ || (!isInOrder && !isBySignal);
     if (!isInOrder && !isByFault && !isBySignal) {
         breach("end: the daemon has ended with status " + std::to_string(status));
     }
@@ -270,6 +273,7 @@ void Promises::onDaemonEnd(int status) {
     ++lives_;
 }
 
+// Looks at what the daemon plays and holds, now and again.
 void Promises::watch() {
     world_.agenda().add(world_.now() + watchEvery, [this] { watch(); });
     if (!world_.isDaemonAlive() || !isReady_) {

@@ -24,8 +24,8 @@ public:
     void onRecordTaken(Moment now) { sound_.taken(now); }
     void onDaemonEnd(int status);
 
-    // Looks at what the daemon holds, now and again.
-    void watch();
+    // Whether a daemon has ended that nobody had asked to.
+    bool hasDaemonEndedByItself() const { return hasEndedByItself_; }
 
 private:
     using Handler = void (Promises::*)(const std::string &line);
@@ -45,6 +45,7 @@ private:
     void volumeSet(const std::string &line);
     void started(const std::string &line);
 
+    void watch();
     void checkRequest(const std::string &line);
     void checkSoundComes();
     void checkGain();
@@ -77,6 +78,7 @@ private:
     bool isReady_ = false;      // the daemon handles signals
     bool isEndAskedFor_ = false;
     bool isKilled_ = false;
+    bool hasEndedByItself_ = false;
     unsigned lives_ = 0; // of daemons
     std::deque<Holdings> early_;
     std::deque<Holdings> late_;

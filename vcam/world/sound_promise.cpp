@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr std::uint32_t outputRate = 8000;
 constexpr std::uint32_t sameRate = 2;
 constexpr Moment longestDealing = 200 * nanosecondsPerMillisecond;
 // By so many samples a block is known among the others.
@@ -50,7 +49,7 @@ SoundPromise::SoundPromise(std::function<void(const std::string &sentence)> brok
     : broken_(std::move(broken)) {}
 
 // Of each pair of samples half the ratio times the first and the rest the second.
-std::vector<std::int16_t> SoundPromise::soundOf(const Block &block, const Format &format) {
+std::vector<std::int16_t> SoundPromise::soundOf(const Block &block, const PayloadFormat &format) {
     if (!block.samples.empty()) {
         return block.samples;
     }
@@ -64,48 +63,10 @@ std::vector<std::int16_t> SoundPromise::soundOf(const Block &block, const Format
     return sound;
 }
 
-void SoundPromise::announced(Law law, std::uint32_t rate) {
-    former_ = isFormatSure_ ? format_ : former_;
-    rate_ = rate;
-    format_ = {law, static_cast<std::uint32_t>(2 * std::uint64_t{rate} / outputRate)};
-    isFormatSure_ = false;
-    isLastFormat_ = true;
-}
-
-void SoundPromise::takeCodec(std::span<const std::uint8_t> record) {
-    const auto has = [&](std::uint32_t word) { return record.size() >= word + sizeof word; };
-    const auto wordAt = [&](std::uint32_t word) { return recordWord(record.data(), word); };
-    switch (wordAt(recordCodecWord)) {
-    case codeG711:
-        if (has(g711FlagWord) && wordAt(g711FlagWord) != 0) {
-            announced(wordAt(g711LawWord) == codeAlaw ? Law::a : Law::u, rate_);
-        } else if (has(g711FlagWord)) {
-            announced(format_.law, outputRate);
-        }
-        break;
-    case codeAac:
-        if (has(aacRateWord)) {
-            announced(format_.law, wordAt(aacRateWord));
-        }
-        break;
-    case codeAmr:
-        if (has(amrRateWord)) {
-            announced(format_.law, wordAt(amrRateWord));
-        }
-        break;
-    case codeG726:
-        announced(format_.law, outputRate);
-        break;
-    default:
-        announced(format_.law, rate_);
-        break;
-    }
-}
-
 void SoundPromise::taken(Moment now) {
     lastTakenAt_ = now;
-    if (isLastFormat_) {
-        formatTakenAt_ = now;
+    if (isLastCodec_) {
+        codecTakenAt_ = now;
     }
 }
 
@@ -117,19 +78,24 @@ bool SoundPromise::isSettled(Moment now) const {
 
 void SoundPromise::sent(Moment now, std::span<const std::uint8_t> record) {
     lastTakenAt_.reset();
-    if (std::exchange(isLastFormat_, false)) {
-        isFormatSure_ = true;
-    }
+    isLastCodec_ = false;
     if (const auto payload = payloadOf(record)) {
-        Block block = {now, {payload->begin(), payload->end()}, {}, format_, former_, false, false};
-        block.mayBeLost =
-            block.payload.size() * format_.ratio / sameRate > alwaysFits || !isFormatSure_;
-        add(std::move(block));
+        addPayload(now, *payload);
+    } else if (record.size() >= recordBody && recordWord(record.data(), recordTypeWord) == codeConf) {
+        codec_.announced(record);
+        isLastCodec_ = true;
+    }
+}
+
+void SoundPromise::addPayload(Moment now, std::span<const std::uint8_t> payload) {
+    Block block = {now, {payload.begin(), payload.end()}, {}, codec_.formats(), false, false};
+    const bool isSure = block.formats.size() == 1;
+    const std::size_t sound = payload.size() * block.formats.front().ratio / sameRate;
+    if (payload.empty() || (isSure && sound == 0)) {
         return;
     }
-    if (record.size() >= recordBody && recordWord(record.data(), recordTypeWord) == codeConf) {
-        takeCodec(record);
-    }
+    block.mayBeLost = !isSure || std::max(payload.size(), sound) > alwaysFits;
+    blocks_.push_back(std::move(block));
 }
 
 // The datagram that was sent last has been played before the chunk, or is dropped, or comes after it.
@@ -143,18 +109,10 @@ void SoundPromise::chunk(Moment now, std::vector<std::int16_t> samples) {
             blocks_.pop_back();
         }
     }
-    add({now, {}, std::move(samples), format_, format_, false, false});
+    blocks_.push_back({now, {}, std::move(samples), {{}}, false, false});
     if (onItsWay) {
         blocks_.push_back(*std::move(onItsWay));
     }
-}
-
-void SoundPromise::add(Block block) {
-    if (block.samples.empty() && soundOf(block, block.format).empty() && isFormatSure_) {
-        return;
-    }
-    block.former = isFormatSure_ ? block.format : block.former;
-    blocks_.push_back(std::move(block));
 }
 
 void SoundPromise::heard(std::span<const std::int32_t> samples, std::uint32_t channels) {
@@ -252,8 +210,8 @@ void SoundPromise::breach(std::span<const std::int16_t> ahead) {
 }
 
 bool SoundPromise::beginsWith(const Block &block, std::span<const std::int16_t> ahead,
-                              std::vector<std::int16_t> *sound) const {
-    for (const Format &format : {block.format, block.former}) {
+                              std::vector<std::int16_t> *sound) {
+    for (const PayloadFormat &format : block.formats) {
         *sound = soundOf(block, format);
         const std::size_t count = std::min(sound->size(), ahead.size());
         if (count > 0 && std::equal(sound->begin(), sound->begin() + static_cast<std::ptrdiff_t>(count),
@@ -268,7 +226,6 @@ void SoundPromise::cleared() {
     for (Block &block : blocks_) {
         block.mayBeLost = true;
     }
-    isLastFormat_ = false; // and so it may never be sure
 }
 
 // The next may be on its way already.
@@ -276,22 +233,24 @@ void SoundPromise::lastMayBeLost(Moment now) {
     if (isSettled(now)) {
         return;
     }
-    isLastFormat_ = false;
-    isFormatSure_ = isFormatSure_ && now > formatTakenAt_ + longestDealing;
+    const bool isCodecDoubted = isLastCodec_ || now <= codecTakenAt_ + longestDealing;
+    if (isCodecDoubted) {
+        codec_.doubted();
+    }
     const std::size_t first = blocks_.size() - std::min<std::size_t>(blocks_.size(), 2);
     for (std::size_t i = first; i < blocks_.size(); ++i) {
         blocks_[i].mayBeLost = true;
-        blocks_[i].former = isFormatSure_ ? blocks_[i].former : former_;
+        if (isCodecDoubted) {
+            blocks_[i].formats = codec_.formats();
+        }
     }
 }
 
 // What the driver has is still heard.
 void SoundPromise::daemonEnded() {
     cleared();
-    format_ = former_ = {};
-    rate_ = outputRate;
-    isFormatSure_ = true;
-    isLastFormat_ = false;
+    codec_.reset();
+    isLastCodec_ = false;
     isBroken_ = false;
 }
 
@@ -299,7 +258,7 @@ std::uint64_t SoundPromise::owed(Moment before) const {
     std::uint64_t samples = 0;
     for (const Block &block : blocks_) {
         if (!block.mayBeLost && block.sent < before) {
-            samples += block.payload.size() * block.format.ratio / sameRate + block.samples.size();
+            samples += block.payload.size() * block.formats.front().ratio / sameRate + block.samples.size();
         }
     }
     return samples;

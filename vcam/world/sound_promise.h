@@ -2,7 +2,7 @@
 // where a clear, a refusal or a restart explains it.
 #pragma once
 
-#include "vcam/sender/law_codec.h"
+#include "vcam/world/codec_guess.h"
 #include "vcam/world/virtual_clock.h"
 
 #include <cstdint>
@@ -21,10 +21,9 @@ public:
     void sent(Moment now, std::span<const std::uint8_t> record);
     void taken(Moment now);
 
-    // A chunk of a clip of this rate is being written. The rate holds for the stream as well, when
-    // codec information comes that tells none.
+    // A chunk of a clip is being written; it has been, and the clip is of this rate.
     void chunk(Moment now, std::vector<std::int16_t> samples);
-    void clipRate(std::uint32_t rate) { rate_ = rate; }
+    void chunkWritten(std::uint32_t rate) { codec_.clipPlayed(rate); }
 
     // Both sides of what was heard, interleaved.
     void heard(std::span<const std::int32_t> samples, std::uint32_t channels);
@@ -39,47 +38,34 @@ public:
     std::uint64_t owed(Moment before) const;
 
 private:
-    // How the daemon turns a payload into sound.
-    struct Format {
-        Law law = Law::u;
-        std::uint32_t ratio = 2; // twice that of the rates
-        bool operator==(const Format &) const = default;
-    };
-
     struct Block {
         Moment sent;
         std::vector<std::uint8_t> payload;  // of a record,
         std::vector<std::int16_t> samples;  // or a clip's chunk
-        Format format;
-        Format former; // which it may be instead: what announced the format may have been lost
+        std::vector<PayloadFormat> formats; // one of these
         bool mayBeLost;
         bool mayComeLater; // it may be on its way while chunks of a clip are written
     };
 
-    void takeCodec(std::span<const std::uint8_t> record);
-    static std::vector<std::int16_t> soundOf(const Block &block, const Format &format);
-    void announced(Law law, std::uint32_t rate);
-    void add(Block block);
+    static std::vector<std::int16_t> soundOf(const Block &block, const PayloadFormat &format);
+    static bool beginsWith(const Block &block, std::span<const std::int16_t> ahead,
+                           std::vector<std::int16_t> *sound);
+    void addPayload(Moment now, std::span<const std::uint8_t> payload);
     void take(std::span<const std::int16_t> heard, std::size_t carried);
     void breach(std::span<const std::int16_t> ahead);
     std::size_t lostBefore(std::size_t count) const;
     bool isSettled(Moment now) const;
     bool isNext(std::span<const std::int16_t> ahead) const;
     bool resume(std::span<const std::int16_t> ahead);
-    bool beginsWith(const Block &block, std::span<const std::int16_t> ahead,
-                    std::vector<std::int16_t> *sound) const;
 
     std::function<void(const std::string &sentence)> broken_;
     std::deque<Block> blocks_;            // not yet heard to their ends
     std::vector<std::int16_t> current_;   // the sound of the first of them, when it has begun
     std::size_t offset_ = 0;              // in it
     std::vector<std::int16_t> unmatched_; // heard, and too short to be found again
-    Format format_;
-    Format former_;
-    std::uint32_t rate_ = 8000; // of the source, as told last
-    bool isFormatSure_ = true;
-    bool isLastFormat_ = false;         // the datagram that was sent last announced it
-    std::optional<Moment> lastTakenAt_; // of that one
-    Moment formatTakenAt_ = 0;          // of what announced a format last
+    CodecGuess codec_;
+    std::optional<Moment> lastTakenAt_; // of what was sent last
+    bool isLastCodec_ = false;          // which is codec information
+    Moment codecTakenAt_ = 0;           // of the last that was
     bool isBroken_ = false; // until the next restart: one breach brings others
 };

@@ -1,0 +1,46 @@
+// How the daemon turns payloads into sound, as far as it can be known from outside: what announced a
+// change may have been lost on its way.
+#pragma once
+
+#include "vcam/sender/law_codec.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+// How a payload becomes sound.
+struct PayloadFormat {
+    Law law = Law::u;
+    std::uint32_t ratio = 2; // twice that of the rates
+    bool operator==(const PayloadFormat &) const = default;
+};
+
+class CodecGuess {
+public:
+    // Codec information has been sent; what was sent before it has been dealt with.
+    void announced(std::span<const std::uint8_t> record);
+
+    // It may have been lost, and may not.
+    void doubted();
+
+    // The rate of a clip holds for the stream as well when codec information comes that tells none.
+    void clipPlayed(std::uint32_t rate);
+
+    // A new daemon.
+    void reset();
+
+    // What may hold now, each once.
+    std::vector<PayloadFormat> formats() const;
+
+private:
+    struct State {
+        PayloadFormat format;
+        std::uint32_t rate = 8000;
+        bool operator==(const State &) const = default;
+    };
+
+    static State taken(State state, std::span<const std::uint8_t> record);
+
+    std::vector<State> before_ = {{}}; // the last announcement
+    std::vector<State> after_ = {{}};  // it
+};
