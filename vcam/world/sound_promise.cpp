@@ -83,12 +83,14 @@ void SoundPromise::sent(Moment now, std::span<const std::uint8_t> record) {
         addPayload(now, *payload);
     } else if (record.size() >= recordBody && recordWord(record.data(), recordTypeWord) == codeConf) {
         codec_.announced(record);
+        ++codecs_;
         isLastCodec_ = true;
     }
 }
 
 void SoundPromise::addPayload(Moment now, std::span<const std::uint8_t> payload) {
-    Block block = {now, {payload.begin(), payload.end()}, {}, codec_.formats(), false, false};
+    Block block = {now, {payload.begin(), payload.end()}, {}, codec_.formats(), codecs_,
+                   false, false};
     const bool isSure = block.formats.size() == 1;
     const std::size_t sound = payload.size() * block.formats.front().ratio / sameRate;
     if (payload.empty() || (isSure && sound == 0)) {
@@ -109,7 +111,7 @@ void SoundPromise::chunk(Moment now, std::vector<std::int16_t> samples) {
             blocks_.pop_back();
         }
     }
-    blocks_.push_back({now, {}, std::move(samples), {{}}, false, false});
+    blocks_.push_back({now, {}, std::move(samples), {{}}, codecs_, false, false});
     if (onItsWay) {
         blocks_.push_back(*std::move(onItsWay));
     }
@@ -240,7 +242,7 @@ void SoundPromise::lastMayBeLost(Moment now) {
     const std::size_t first = blocks_.size() - std::min<std::size_t>(blocks_.size(), 2);
     for (std::size_t i = first; i < blocks_.size(); ++i) {
         blocks_[i].mayBeLost = true;
-        if (isCodecDoubted) {
+        if (isCodecDoubted && blocks_[i].codec == codecs_) {
             blocks_[i].formats = codec_.formats();
         }
     }

@@ -43,6 +43,7 @@ private:
         std::vector<std::uint8_t> payload;  // of a record,
         std::vector<std::int16_t> samples;  // or a clip's chunk
         std::vector<PayloadFormat> formats; // one of these
+        unsigned codec; // how many times codec information had been sent
         bool mayBeLost;
         bool mayComeLater; // it may be on its way while chunks of a clip are written
     };
@@ -64,6 +65,7 @@ private:
     std::size_t offset_ = 0;              // in it
     std::vector<std::int16_t> unmatched_; // heard, and too short to be found again
     CodecGuess codec_;
+    unsigned codecs_ = 0; // that have been announced
     std::optional<Moment> lastTakenAt_; // of what was sent last
     bool isLastCodec_ = false;          // which is codec information
     Moment codecTakenAt_ = 0;           // of the last that was
