@@ -2,9 +2,6 @@
 
 #include "vcam/camera/text_file.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <iostream>
 #include <utility>
@@ -26,15 +23,6 @@ void signalVolume(const CameraDir &dir, const std::string &key) {
     }
 }
 
-void sendOutputTo(const std::string &file) {
-    const int out = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (out < 0) {
-        failAt("cannot write", file);
-    }
-    dup2(out, STDOUT_FILENO);
-    dup2(out, STDERR_FILENO);
-}
-
 } // namespace
 
 CameraSignals::CameraSignals() {
@@ -47,11 +35,11 @@ CameraSignals::CameraSignals() {
 RunningCamera::RunningCamera(const CameraDir &dir, const std::string &config)
     : dir_(dir), lock_(lockDirectory(dir_)), files_(dir_),
       config_(config.empty() ? dir_.configFile() : fs::absolute(config)),
-      board_(dir_, MappedBoard::Mode::create), collector_(dir_) {
+      board_(dir_, MappedBoard::Mode::create), collector_(dir_),
+      tessel_(dir_, [this](const std::string &key) { signalVolume(dir_, key); }) {
     if (!config.empty()) {
         fs::create_symlink(config_, dir_.place(otherConfigPath));
     }
-    startTessel();
 }
 
 void RunningCamera::connect(std::unique_ptr<PeriodSink> speaker) {
@@ -59,15 +47,10 @@ void RunningCamera::connect(std::unique_ptr<PeriodSink> speaker) {
     player_.emplace(board_.board(), *speaker_);
 }
 
-void RunningCamera::startDaemon(const Target &target, const std::string &output) {
+void RunningCamera::startDaemon(const Target &target) {
     requireBoard(dir_, target);
     daemon_.start(commandOn(target, {target.voxoFile(), "-c", config_.string(), "-p", voxoPidPath}),
-                  [&] {
-                      enterBoard(dir_, target);
-                      if (!output.empty()) {
-                          sendOutputTo(output);
-                      }
-                  });
+                  [&] { enterBoard(dir_, target); });
 }
 
 int RunningCamera::supervise() {
@@ -92,25 +75,7 @@ int RunningCamera::supervise() {
     }
 }
 
-void RunningCamera::requireDaemon() {
-    if (const std::optional<int> status = daemon_.poll()) {
-        throw CameraError("voxo has ended by itself, with status " + std::to_string(*status));
-    }
-    sigset_t ending = {};
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaddset(&ending, signal);
-    }
-    const timespec now = {};
-    if (sigtimedwait(&ending, nullptr, &now) > 0) {
-        throw CameraError("told to end before it was done");
-    }
-}
-
 int RunningCamera::endDaemon() {
     return daemon_.end(signals_.set(), endPatience,
                        [this] { ++registers().neighbours.encoderSignals; });
-}
-
-void RunningCamera::startTessel() {
-    tessel_.emplace(dir_, [this](const std::string &key) { signalVolume(dir_, key); });
 }

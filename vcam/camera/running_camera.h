@@ -37,28 +37,17 @@ public:
     // Plays what the board's output puts out, from here on.
     void connect(std::unique_ptr<PeriodSink> speaker);
 
-    // Starts the daemon. What it prints goes to the file `output`, or, empty, to where this
-    // process's output goes. Throws when the board does not load into it.
-    void startDaemon(const Target &target, const std::string &output = "");
+    // Starts the daemon. Throws when the board does not load into it.
+    void startDaemon(const Target &target);
 
-    // Waits until the daemon has ended, or a signal ends it. Returns the exit status.
+    // Waits until the daemon has ended, or a signal ends it in order. Returns the exit status.
     int supervise();
 
-    // Throws when the daemon has ended by itself, or a signal to end has come.
-    void requireDaemon();
-
-    // Ends the daemon in order. Returns the exit status.
-    int endDaemon();
-
-    // The settings daemon goes, and comes back.
-    void stopTessel() { tessel_.reset(); }
-    void startTessel();
-    bool hasTessel() const { return tessel_.has_value(); }
-
     BoardRegisters &registers() { return board_.registers(); }
-    const Child &daemon() const { return daemon_; }
 
 private:
+    int endDaemon();
+
     const CameraDir dir_;
     const CameraSignals signals_;
     const UniqueFd lock_;
@@ -66,7 +55,7 @@ private:
     std::filesystem::path config_;
     MappedBoard board_;
     const LogCollector collector_;
-    std::optional<TesselServer> tessel_;
+    const TesselServer tessel_;
     std::unique_ptr<PeriodSink> speaker_;
     std::optional<Player> player_;
     Child daemon_;

@@ -38,11 +38,6 @@ struct CastOptions {
 // Streams an audio file to the daemon.
 int cast(const CameraDir &dir, const CastOptions &options);
 
-// Runs a camera of its own and plays so many stream records on it, as fast as they are taken, with
-// clips, messages and whatever makes no sense in between. Prints what was heard and what the daemon
-// held; 1 when a sample differs or something has grown.
-int soak(const CameraDir &dir, std::size_t records);
-
 // Prints what the board's registers and the settings daemon hold.
 int showStatus(const CameraDir &dir);
 

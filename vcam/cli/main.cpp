@@ -203,12 +203,6 @@ int run(int argc, char **argv) {
     SweepOptions sweepOptions;
     addSweep(app, sweepOptions, command, target);
 
-    std::size_t records = 0;
-    CLI::App *const soakCommand = app.add_subcommand(
-        "soak", "Play records on a camera of its own, with all sorts in between");
-    soakCommand->add_option("records", records, "How many, of 80 ms each")->required();
-    soakCommand->callback([&] { command = [&] { return soak(CameraDir(dir), records); }; });
-
     std::uint32_t argument = 0;
     CLI::App *const tuneCommand = app.add_subcommand("tune", "Ask for an audio tuning run");
     tuneCommand->add_option("argument", argument, "Handed to the tuning library");
