@@ -81,7 +81,8 @@ std::int32_t WAV_ShowInfo(const WAV_FILE *handle);
 // usable.
 std::int32_t WAV_GetBuffer(WAV_FILE *handle, void *buffer, std::uint32_t *count);
 
-// Goes back to the first sample; -1 for a null handle, and where it could not, which changes nothing.
+// Goes back to the first sample; -1 for a null handle, and where it could not, which changes
+// nothing.
 std::int32_t WAV_Rewind(WAV_FILE *handle);
 
 // Single values; 0 for a null handle (WAV_GetFormat: 1).

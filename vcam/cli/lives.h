@@ -23,7 +23,7 @@ struct SimOptions {
     std::uint64_t firstSeed = 1;
     std::uint64_t lastSeed = 1;
     double hours = 1;
-    std::string keep;     // where the scenario of each seed that breaks a promise goes; empty: nowhere
+    std::string keep; // where the scenario of each seed that breaks a promise goes; empty: nowhere
     bool shrinks = false; // cuts such a scenario down to the events that still show it
 };
 
@@ -36,6 +36,6 @@ struct SweepOptions {
     std::vector<std::string> names; // calls and driver commands; empty: all that are on the road
 };
 
-// Lives a scenario once for each issue of each call and driver command in it, which fails, and prints
-// what becomes of it; 1 when a promise was broken.
+// Lives a scenario once for each issue of each call and driver command in it, which fails, and
+// prints what becomes of it; 1 when a promise was broken.
 int sweep(const Target &target, const SweepOptions &options);

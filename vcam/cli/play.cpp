@@ -76,7 +76,7 @@ int play(const CameraDir &dir, const Target &target, const PlayOptions &options)
     if (options.repeat > 1 && isGood) {
         std::cout << "vcam: " << options.repeat << " lives, the same to the byte\n";
     }
-    std::cout << "vcam: " << dir.speakerFile().string() << ", " << (dir.path() / "life.log").string()
-              << std::endl;
+    std::cout << "vcam: " << dir.speakerFile().string() << ", "
+              << (dir.path() / "life.log").string() << std::endl;
     return isGood ? 0 : 1;
 }

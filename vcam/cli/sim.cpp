@@ -31,9 +31,8 @@ public:
                 const std::uint64_t seed = next++;
                 pool_.begin(seed, [&, seed] { return randomLife(seed, options_.hours); });
             }
-            pool_.finishOne([this](std::uint64_t seed, const LifeReport &report) {
-                take(seed, report);
-            });
+            pool_.finishOne(
+                [this](std::uint64_t seed, const LifeReport &report) { take(seed, report); });
             showProgress();
         }
         report();
@@ -68,8 +67,7 @@ private:
             std::cout << "vcam: seed " << seed << ", " << scenario.steps.size() << " of " << steps
                       << " events still show it\n";
         }
-        const fs::path file =
-            fs::path(options_.keep) / ("seed-" + std::to_string(seed) + ".yaml");
+        const fs::path file = fs::path(options_.keep) / ("seed-" + std::to_string(seed) + ".yaml");
         if (options_.keep.empty()) {
             std::cout << shownScenario(scenario);
         } else {

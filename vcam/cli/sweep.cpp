@@ -65,9 +65,8 @@ private:
         for (std::size_t i = 0; i < all.size(); ++i) {
             const std::uint32_t left = report.faultsLeft[all.size() - 1 - i];
             const bool isWanted =
-                options_.names.empty() ||
-                std::find(options_.names.begin(), options_.names.end(), faultName(all[i])) !=
-                    options_.names.end();
+                options_.names.empty() || std::find(options_.names.begin(), options_.names.end(),
+                                                    faultName(all[i])) != options_.names.end();
             if (left < never && isWanted) {
                 onRoad_.push_back(all[i]);
                 made_[all[i]] = never - left;
@@ -122,7 +121,8 @@ private:
     }
 
     static void row(const std::string &call, const std::string &made, const std::string &tried,
-                    const std::string &wentOn, const std::string &ended, const std::string &report) {
+                    const std::string &wentOn, const std::string &ended,
+                    const std::string &report) {
         std::printf("%-28s %7s %6s %8s %6s  %.70s\n", call.c_str(), made.c_str(), tried.c_str(),
                     wentOn.c_str(), ended.c_str(), report.c_str());
         std::fflush(stdout);

@@ -93,7 +93,8 @@ std::uint64_t startTime() {
     if (memoryFd < 0 || directoryFd < 0) {
         refuseToRun("no memory of the board");
     }
-    BoardTime &time = registers->world.isOn != 0 ? static_cast<BoardTime &>(virtualTime) : systemTime;
+    BoardTime &time =
+        registers->world.isOn != 0 ? static_cast<BoardTime &>(virtualTime) : systemTime;
     auto *const board = new (boardMemory) Board{*registers, memoryFd, time, startTime()};
     new (devicesMemory) BoardDevices(*board);
     if (std::getenv(probeVariable) != nullptr) {

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 
-
 // Whether time is the world's. All below is for such a camera only.
 bool isTimeVirtual();
 
@@ -25,8 +24,8 @@ enum class Woken { byWorld, bySignal, byClock };
 Woken waitInWorld(std::uint64_t deadline);
 
 // Makes a call that does not wait, again and again as the world goes on, until it has what it waits
-// for (`isDone` of its result), or until `end`; the world gets its turn at least once before the call
-// fails to have it. The call's last result; -1 with EINTR when a signal was handled.
+// for (`isDone` of its result), or until `end`; the world gets its turn at least once before the
+// call fails to have it. The call's last result; -1 with EINTR when a signal was handled.
 template <typename Call, typename IsDone>
 auto callInWorld(std::uint64_t end, Call call, IsDone isDone) -> decltype(call()) {
     for (bool isLast = false;;) {
@@ -34,8 +33,8 @@ auto callInWorld(std::uint64_t end, Call call, IsDone isDone) -> decltype(call()
         if (isDone(result) || isLast) {
             return result;
         }
-        const bool isDisturbed = virtualNow() >= end ? !lookAtWorld()
-                                                     : waitInWorld(end) == Woken::bySignal;
+        const bool isDisturbed =
+            virtualNow() >= end ? !lookAtWorld() : waitInWorld(end) == Woken::bySignal;
         if (isDisturbed) {
             errno = EINTR;
             return -1;

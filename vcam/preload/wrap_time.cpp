@@ -93,11 +93,11 @@ INTERPOSE(int, poll, (pollfd * fds, nfds_t count, int milliSec)) {
     if (!isTimeVirtual()) {
         return next(fds, count, milliSec);
     }
-    const std::uint64_t end =
-        milliSec < 0
-            ? endOfTime
-            : virtualNow() + static_cast<std::uint64_t>(milliSec) * nanosecondsPerMillisecond;
-    return callInWorld(end, [&] { return next(fds, count, 0); }, hasAny);
+    const std::uint64_t end = milliSec < 0 ? endOfTime
+                                           : virtualNow() + static_cast<std::uint64_t>(milliSec) *
+                                                                nanosecondsPerMillisecond;
+    return callInWorld(
+        end, [&] { return next(fds, count, 0); }, hasAny);
 }
 
 INTERPOSE(int, semop, (int set, sembuf *operations, std::size_t count)) {
@@ -107,7 +107,8 @@ INTERPOSE(int, semop, (int set, sembuf *operations, std::size_t count)) {
     const auto isPatient = [](const sembuf &operation) {
         return (operation.sem_flg & IPC_NOWAIT) == 0;
     };
-    if (!isTimeVirtual() || count > most || !std::all_of(operations, operations + count, isPatient)) {
+    if (!isTimeVirtual() || count > most ||
+        !std::all_of(operations, operations + count, isPatient)) {
         return next(set, operations, count);
     }
     sembuf patient[most] = {};
@@ -171,10 +172,9 @@ INTERPOSE(int, clock_gettime, (clockid_t clock, timespec *time)) {
 
 INTERPOSE(time_t, time, (time_t * seconds)) {
     if (!isTimeVirtual()) {
-        return NEXT(time_t (*)(time_t *), time)(seconds);
+        return NEXT(time_t(*)(time_t *), time)(seconds);
     }
-    const auto now =
-        static_cast<time_t>(dayOfTheWorld + virtualNow() / nanosecondsPerSecond);
+    const auto now = static_cast<time_t>(dayOfTheWorld + virtualNow() / nanosecondsPerSecond);
     if (seconds != nullptr) {
         *seconds = now;
     }

@@ -104,8 +104,9 @@ std::string commandName(std::uint32_t command) {
 }
 
 std::uint32_t commandNamed(const std::string &name) {
-    const auto *const found = std::find_if(std::begin(names), std::end(names),
-                                           [&](const CommandName &one) { return name == one.name; });
+    const auto *const found =
+        std::find_if(std::begin(names), std::end(names),
+                     [&](const CommandName &one) { return name == one.name; });
     return found != std::end(names) ? found->command : 0;
 }
 

@@ -1,5 +1,5 @@
-// How the daemon turns payloads into sound, as far as it can be known from outside: what announced a
-// change may have been lost on its way.
+// How the daemon turns payloads into sound, as far as it can be known from outside: what announced
+// a change may have been lost on its way.
 #pragma once
 
 #include "vcam/sender/law_codec.h"

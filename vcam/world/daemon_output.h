@@ -19,8 +19,8 @@ public:
     // The daemon that runs from here on.
     void daemonStarted(pid_t pid);
 
-    // Reads what has been printed since. `use` gets each line, with the daemon's process id, which is
-    // another one in each life, and its numbers of descriptors masked.
+    // Reads what has been printed since. `use` gets each line, with the daemon's process id, which
+    // is another one in each life, and its numbers of descriptors masked.
     void collect(const std::function<void(const std::string &line)> &use);
 
     // The daemon has ended: what it printed last may lack its end of line.

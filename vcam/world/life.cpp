@@ -8,7 +8,7 @@
 #include "vcam/world/stage.h"
 #include "vcam/world/world.h"
 
-#include <algorithm>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -23,10 +23,8 @@ public:
         : scenario_(scenario), world_(dir, target, *this, FailingCalls::always),
           log_(options.isKept ? dir.path() / "life.log" : "",
                options.tellsLines || Expectations::wantLines(scenario)),
-          tellsLines_(options.tellsLines),
-          stage_(world_, scenario.directory),
-          expectations_(world_, scenario, log_,
-                        [this](const std::string &sentence) { fail(sentence); }) {
+          tellsLines_(options.tellsLines), stage_(world_, scenario.directory),
+          expectations_(world_, scenario, log_, failing()) {
         if (options.checksPromises || scenario.checksPromises) {
             promises_.emplace(world_, [this](const std::string &sentence) {
                 fail("at " + shownMoment(world_.now()) + " s: " + sentence);
@@ -86,6 +84,10 @@ private:
         if (promises_) {
             promises_->onDaemonEnd(status);
         }
+    }
+
+    std::function<void(const std::string &sentence)> failing() {
+        return [this](const std::string &sentence) { fail(sentence); };
     }
 
     void fail(const std::string &sentence) {

@@ -44,8 +44,8 @@ public:
     // What a setting is.
     std::optional<std::string> get(const std::string &key) const { return tessel_.get(key); }
 
-    // Takes the requests that are there, and answers, now or by the agenda. `callers` grows when the
-    // daemon calls. True: a reply is sent.
+    // Takes the requests that are there, and answers, now or by the agenda. `callers` grows when
+    // the daemon calls. True: a reply is sent.
     bool serve(std::uint32_t callers, Moment now, Agenda &agenda);
 
 private:

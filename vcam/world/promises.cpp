@@ -15,10 +15,10 @@
 namespace {
 
 constexpr Moment watchEvery = 30 * nanosecondsPerSecond;
-constexpr Moment longestRoad = 30 * nanosecondsPerSecond;     // of a sample to the loudspeaker
+constexpr Moment longestRoad = 30 * nanosecondsPerSecond;      // of a sample to the loudspeaker
 constexpr Moment longestReaction = 120 * nanosecondsPerSecond; // to a signal, several requests late
 constexpr std::size_t chunkBytes = 2048;
-constexpr std::uint64_t keptBack = 8192;     // samples that wait for the next ones, besides a period
+constexpr std::uint64_t keptBack = 8192; // samples that wait for the next ones, besides a period
 constexpr std::uint64_t playOutSamples = 3 * 8000;
 constexpr unsigned warmUp = 4; // looks
 constexpr std::size_t mostLooks = 8;
@@ -41,7 +41,7 @@ const Promises::Hint Promises::hints[] = {
     {"======= Audio Clip End =======", &Promises::chunkEnds},
     {"[play to the end of the file]", &Promises::clipPlaysOut},
     {"WAV_GetBuffer fail!", &Promises::outputCleared},
-    {"Get stop!!", &Promises::outputCleared},
+    {"Get stop!!", &Promises::clipStopped},
     {"2-way audio in progress", &Promises::outputCleared},
     {"write audio error", &Promises::outputCleared},
     {"reset hi3516a ao attribute", &Promises::outputReset},
@@ -80,10 +80,9 @@ void Promises::onLine(Voice voice, const std::string &line) {
     if (voice != Voice::daemon) {
         return;
     }
-    const auto *const hint =
-        std::find_if(std::begin(hints), std::end(hints), [&](const Hint &one) {
-            return line.find(one.text) != std::string::npos;
-        });
+    const auto *const hint = std::find_if(std::begin(hints), std::end(hints), [&](const Hint &one) {
+        return line.find(one.text) != std::string::npos;
+    });
     if (hint != std::end(hints)) {
         (this->*hint->handler)(line);
     }
@@ -111,8 +110,8 @@ Promises::Clip Promises::clipAt(const std::filesystem::path &file) {
     }
     const auto channels = static_cast<std::size_t>(clip.channels());
     std::vector<std::int16_t> frames(static_cast<std::size_t>(clip.frames()) * channels);
-    frames.resize(static_cast<std::size_t>(
-        clip.read(frames.data(), static_cast<sf_count_t>(frames.size()))));
+    frames.resize(
+        static_cast<std::size_t>(clip.read(frames.data(), static_cast<sf_count_t>(frames.size()))));
     Clip result = {{}, static_cast<std::uint32_t>(clip.samplerate()), 2 * channels};
     for (std::size_t i = 0; i < frames.size(); i += channels) {
         result.samples.push_back(frames[i]);
@@ -143,7 +142,8 @@ void Promises::clipPlaysOut(const std::string & /*line*/) {
     isPlayOutLongEnough_ = sound_.owed(endOfTime) + keptBack < playOutSamples;
 }
 
-// After its play-out a clip's output is cleared. By then it has been heard, if there was time for it.
+// After its play-out a clip's output is cleared. By then it has been heard, if there was time for
+// it.
 void Promises::chunkEnds(const std::string &line) {
     sound_.chunkWritten(clip_.rate);
     if (!std::exchange(playsOut_, false)) {
@@ -155,6 +155,12 @@ void Promises::chunkEnds(const std::string &line) {
         breach("play-out: " + std::to_string(sound_.owed(world_.now())) +
                " samples were cut off a clip's end");
     }
+    outputCleared(line);
+}
+
+// A step of the clip that the message came in has dropped what the stream had sent.
+void Promises::clipStopped(const std::string &line) {
+    sound_.lastMayBeLost(world_.now());
     outputCleared(line);
 }
 

@@ -39,6 +39,7 @@ private:
     void chunkBegins(const std::string &line);
     void chunkEnds(const std::string &line);
     void clipPlaysOut(const std::string &line);
+    void clipStopped(const std::string &line);
     void outputCleared(const std::string &line);
     void outputReset(const std::string &line);
     void recordLost(const std::string &line);
@@ -66,12 +67,12 @@ private:
     };
     static Clip clipAt(const std::filesystem::path &file);
 
-    Clip clip_; // that is open
-    std::size_t clipRead_ = 0;       // samples of it
+    Clip clip_;                // that is open
+    std::size_t clipRead_ = 0; // samples of it
     bool playsOut_ = false;
-    bool isPlayOutLongEnough_ = false; // for all that is queued
-    bool isClipReported_ = false; // as playing
-    bool isVolumeKnown_ = true;   // what has been set last is a volume
+    bool isPlayOutLongEnough_ = false;  // for all that is queued
+    bool isClipReported_ = false;       // as playing
+    bool isVolumeKnown_ = true;         // what has been set last is a volume
     std::optional<std::uint32_t> gain_; // that the codec has to have
     std::uint32_t faultsLeft_ = 0;
     bool hasFaultCome_ = false; // in this daemon's life

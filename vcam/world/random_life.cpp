@@ -12,10 +12,10 @@
 
 namespace {
 
-constexpr double longestPause = 40;   // seconds between two events
-constexpr double restartEvery = 600;  // a daemon that has ended comes back
-constexpr double quietEnd = 150;      // at the end nothing happens any more
-constexpr unsigned faultyLives = 3;   // in one of so many, calls and commands fail
+constexpr double longestPause = 40;  // seconds between two events
+constexpr double restartEvery = 600; // a daemon that has ended comes back
+constexpr double quietEnd = 150;     // at the end nothing happens any more
+constexpr unsigned faultyLives = 3;  // in one of so many, calls and commands fail
 
 std::string hexadecimal(const void *data, std::size_t size) {
     constexpr char digits[] = "0123456789abcdef";
@@ -84,11 +84,11 @@ private:
             void (RandomLife::*make)();
         };
         constexpr Kind kinds[] = {
-            {30, &RandomLife::speech}, {4, &RandomLife::burst},     {10, &RandomLife::hostile},
-            {5, &RandomLife::codec},   {16, &RandomLife::clip},     {6, &RandomLife::stop},
-            {6, &RandomLife::talk},    {10, &RandomLife::volume},   {6, &RandomLife::message},
-            {8, &RandomLife::bytes},   {5, &RandomLife::signal},    {3, &RandomLife::restart},
-            {5, &RandomLife::mood},    {2, &RandomLife::clipGoes},  {1, &RandomLife::videoGoes},
+            {30, &RandomLife::speech}, {4, &RandomLife::burst},    {10, &RandomLife::hostile},
+            {5, &RandomLife::codec},   {16, &RandomLife::clip},    {6, &RandomLife::stop},
+            {6, &RandomLife::talk},    {10, &RandomLife::volume},  {6, &RandomLife::message},
+            {8, &RandomLife::bytes},   {5, &RandomLife::signal},   {3, &RandomLife::restart},
+            {5, &RandomLife::mood},    {2, &RandomLife::clipGoes}, {1, &RandomLife::videoGoes},
             {6, &RandomLife::failure}};
         std::uint32_t all = 0;
         for (const Kind &kind : kinds) {
@@ -136,7 +136,8 @@ private:
             add(now_, "conf", oneOf({"alaw", "ulaw", "plain"}));
             return;
         }
-        const std::uint32_t rates[] = {8000, 11025, 12000, 16000, 24000, 4000, 0, 48000, 4294967295U};
+        const std::uint32_t rates[] = {8000, 11025, 12000, 16000,      24000,
+                                       4000, 0,     48000, 4294967295U};
         const StreamRecord record = rateRecord(rates[below(std::size(rates))]);
         add(now_, "record", hexadecimal(record.data(), record.size()));
         add(now_ + 1 + fraction(10), "conf", "plain");

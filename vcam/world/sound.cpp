@@ -50,7 +50,7 @@ std::uint64_t Sound::noiseWord(std::uint64_t seed, std::uint64_t index) {
 }
 
 Sound::Sound(const Step &step, const std::filesystem::path &directory)
-    : kind_(step.object == "noise" ? Kind::noise
+    : kind_(step.object == "noise"  ? Kind::noise
             : step.object == "tone" ? Kind::tone
                                     : Kind::file),
       seed_(static_cast<std::uint64_t>(numberOf(step, "seed", 0))),

@@ -34,7 +34,8 @@ std::optional<std::span<const std::uint8_t>> payloadOf(std::span<const std::uint
         return std::nullopt;
     }
     const std::int64_t size = static_cast<std::int32_t>(recordWord(record.data(), recordSizeWord));
-    const std::int64_t extra = static_cast<std::int32_t>(recordWord(record.data(), recordExtraWord));
+    const std::int64_t extra =
+        static_cast<std::int32_t>(recordWord(record.data(), recordExtraWord));
     const auto received = static_cast<std::int64_t>(std::min(record.size(), longestPayload));
     if (extra < 0 || size - extra < recordBody || size > received) {
         return std::nullopt;
@@ -81,7 +82,8 @@ void SoundPromise::sent(Moment now, std::span<const std::uint8_t> record) {
     isLastCodec_ = false;
     if (const auto payload = payloadOf(record)) {
         addPayload(now, *payload);
-    } else if (record.size() >= recordBody && recordWord(record.data(), recordTypeWord) == codeConf) {
+    } else if (record.size() >= recordBody &&
+               recordWord(record.data(), recordTypeWord) == codeConf) {
         codec_.announced(record);
         ++codecs_;
         isLastCodec_ = true;
@@ -89,8 +91,8 @@ void SoundPromise::sent(Moment now, std::span<const std::uint8_t> record) {
 }
 
 void SoundPromise::addPayload(Moment now, std::span<const std::uint8_t> payload) {
-    Block block = {now, {payload.begin(), payload.end()}, {}, codec_.formats(), codecs_,
-                   false, false};
+    Block block = {now,  {payload.begin(), payload.end()}, {}, codec_.formats(), codecs_, false,
+                   false};
     const bool isSure = block.formats.size() == 1;
     const std::size_t sound = payload.size() * block.formats.front().ratio / sameRate;
     if (payload.empty() || (isSure && sound == 0)) {
@@ -100,7 +102,8 @@ void SoundPromise::addPayload(Moment now, std::span<const std::uint8_t> payload)
     blocks_.push_back(std::move(block));
 }
 
-// The datagram that was sent last has been played before the chunk, or is dropped, or comes after it.
+// The datagram that was sent last has been played before the chunk, or is dropped, or comes after
+// it.
 void SoundPromise::chunk(Moment now, std::vector<std::int16_t> samples) {
     std::optional<Block> onItsWay;
     const bool isHeard = blocks_.size() == 1 && !current_.empty();
@@ -195,8 +198,8 @@ bool SoundPromise::resume(std::span<const std::int16_t> ahead) {
 // How many of the first blocks must not be lost.
 std::size_t SoundPromise::lostBefore(std::size_t count) const {
     const auto end = blocks_.begin() + static_cast<std::ptrdiff_t>(count);
-    return static_cast<std::size_t>(std::count_if(
-        blocks_.begin(), end, [](const Block &block) { return !block.mayBeLost; }));
+    return static_cast<std::size_t>(
+        std::count_if(blocks_.begin(), end, [](const Block &block) { return !block.mayBeLost; }));
 }
 
 void SoundPromise::breach(std::span<const std::int16_t> ahead) {
@@ -216,8 +219,9 @@ bool SoundPromise::beginsWith(const Block &block, std::span<const std::int16_t> 
     for (const PayloadFormat &format : block.formats) {
         *sound = soundOf(block, format);
         const std::size_t count = std::min(sound->size(), ahead.size());
-        if (count > 0 && std::equal(sound->begin(), sound->begin() + static_cast<std::ptrdiff_t>(count),
-                                    ahead.begin())) {
+        if (count > 0 &&
+            std::equal(sound->begin(), sound->begin() + static_cast<std::ptrdiff_t>(count),
+                       ahead.begin())) {
             return true;
         }
     }
@@ -260,7 +264,8 @@ std::uint64_t SoundPromise::owed(Moment before) const {
     std::uint64_t samples = 0;
     for (const Block &block : blocks_) {
         if (!block.mayBeLost && block.sent < before) {
-            samples += block.payload.size() * block.formats.front().ratio / sameRate + block.samples.size();
+            samples += block.payload.size() * block.formats.front().ratio / sameRate +
+                       block.samples.size();
         }
     }
     return samples;

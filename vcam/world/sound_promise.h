@@ -1,5 +1,5 @@
-// The promise of the sound: what is heard was sent, in order and once, and nothing of it is lost but
-// where a clear, a refusal or a restart explains it.
+// The promise of the sound: what is heard was sent, in order and once, and nothing of it is lost
+// but where a clear, a refusal or a restart explains it.
 #pragma once
 
 #include "vcam/world/codec_guess.h"
@@ -28,8 +28,8 @@ public:
     // Both sides of what was heard, interleaved.
     void heard(std::span<const std::int32_t> samples, std::uint32_t channels);
 
-    // What explains losses: all that was sent so far may be lost; the datagram that the daemon deals
-    // with may; the daemon has ended, and the next one begins anew.
+    // What explains losses: all that was sent so far may be lost; the datagram that the daemon
+    // deals with may; the daemon has ended, and the next one begins anew.
     void cleared();
     void lastMayBeLost(Moment now);
     void daemonEnded();
@@ -43,7 +43,7 @@ private:
         std::vector<std::uint8_t> payload;  // of a record,
         std::vector<std::int16_t> samples;  // or a clip's chunk
         std::vector<PayloadFormat> formats; // one of these
-        unsigned codec; // how many times codec information had been sent
+        unsigned codec;                     // how many times codec information had been sent
         bool mayBeLost;
         bool mayComeLater; // it may be on its way while chunks of a clip are written
     };
@@ -65,9 +65,9 @@ private:
     std::size_t offset_ = 0;              // in it
     std::vector<std::int16_t> unmatched_; // heard, and too short to be found again
     CodecGuess codec_;
-    unsigned codecs_ = 0; // that have been announced
+    unsigned codecs_ = 0;               // that have been announced
     std::optional<Moment> lastTakenAt_; // of what was sent last
     bool isLastCodec_ = false;          // which is codec information
     Moment codecTakenAt_ = 0;           // of the last that was
-    bool isBroken_ = false; // until the next restart: one breach brings others
+    bool isBroken_ = false;             // until the next restart: one breach brings others
 };

@@ -51,8 +51,8 @@ void World::Speaker::play(const PlayFormat &format, std::span<const std::int32_t
 
 World::World(const CameraDir &dir, Target target, WorldObserver &observer,
              FailingCalls failingCalls)
-    : dir_(dir), target_(std::move(target)), failingCalls_(failingCalls), observer_(observer), lock_(lockDirectory(dir_)),
-      files_(dir_), board_(dir_, MappedBoard::Mode::create),
+    : dir_(dir), target_(std::move(target)), failingCalls_(failingCalls), observer_(observer),
+      lock_(lockDirectory(dir_)), files_(dir_), board_(dir_, MappedBoard::Mode::create),
       dac_(board_.registers(), time_, speaker_),
       tessel_(
           dir_,

@@ -78,8 +78,7 @@ bool WorldSenders::flushRecords() {
 
 bool WorldSenders::flushMessages() {
     if (!fifo_) {
-        fifo_.reset(
-            open(dir_.place(controlFifoPath).c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        fifo_.reset(open(dir_.place(controlFifoPath).c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
     }
     bool sent = false;
     while (fifo_ && !messages_.empty()) {
