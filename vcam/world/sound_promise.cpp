@@ -14,7 +14,9 @@ constexpr Moment longestDealing = 200 * nanosecondsPerMillisecond;
 // By so many samples a block is known among the others.
 constexpr std::size_t mark = 12;
 // Payloads up to this size fit all of the daemon's buffers and the platform's frames.
-constexpr std::size_t alwaysFits = 4000;
+constexpr std::uint64_t alwaysFits = 4000;
+// Sounds beyond this one fit none.
+constexpr std::uint64_t neverFits = 8192;
 // What may be left out of the sound of a block that has not begun: nothing is known of silence.
 constexpr std::size_t longestPayload = 16000;
 
@@ -93,12 +95,18 @@ void SoundPromise::sent(Moment now, std::span<const std::uint8_t> record) {
 void SoundPromise::addPayload(Moment now, std::span<const std::uint8_t> payload) {
     Block block = {now,  {payload.begin(), payload.end()}, {}, codec_.formats(), codecs_, false,
                    false};
+    const auto samplesAt = [&](const PayloadFormat &format) {
+        return std::uint64_t{payload.size()} * format.ratio / sameRate;
+    };
     const bool isSure = block.formats.size() == 1;
-    const std::size_t sound = payload.size() * block.formats.front().ratio / sameRate;
-    if (payload.empty() || (isSure && sound == 0)) {
+    std::erase_if(block.formats, [&](const PayloadFormat &format) {
+        return samplesAt(format) == 0 || samplesAt(format) > neverFits;
+    });
+    if (block.formats.empty()) {
         return;
     }
-    block.mayBeLost = !isSure || std::max(payload.size(), sound) > alwaysFits;
+    block.mayBeLost = !isSure || std::max(std::uint64_t{payload.size()},
+                                          samplesAt(block.formats.front())) > alwaysFits;
     blocks_.push_back(std::move(block));
 }
 
