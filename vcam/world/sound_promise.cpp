@@ -92,21 +92,27 @@ void SoundPromise::sent(Moment now, std::span<const std::uint8_t> record) {
     }
 }
 
-void SoundPromise::addPayload(Moment now, std::span<const std::uint8_t> payload) {
-    Block block = {now,  {payload.begin(), payload.end()}, {}, codec_.formats(), codecs_, false,
-                   false};
-    const auto samplesAt = [&](const PayloadFormat &format) {
-        return std::uint64_t{payload.size()} * format.ratio / sameRate;
-    };
-    const bool isSure = block.formats.size() == 1;
-    std::erase_if(block.formats, [&](const PayloadFormat &format) {
-        return samplesAt(format) == 0 || samplesAt(format) > neverFits;
+// What a payload of so many bytes may be played as; nothing at a rate at which it makes no sound,
+// or more than fits.
+std::vector<PayloadFormat> SoundPromise::formatsFor(std::uint64_t bytes) const {
+    std::vector<PayloadFormat> formats = codec_.formats();
+    std::erase_if(formats, [&](const PayloadFormat &format) {
+        const std::uint64_t samples = bytes * format.ratio / sameRate;
+        return samples == 0 || samples > neverFits;
     });
+    return formats;
+}
+
+void SoundPromise::addPayload(Moment now, std::span<const std::uint8_t> payload) {
+    const std::uint64_t bytes = payload.size();
+    Block block = {now,  {payload.begin(), payload.end()}, {}, formatsFor(bytes), codecs_, false,
+                   false};
     if (block.formats.empty()) {
         return;
     }
-    block.mayBeLost = !isSure || std::max(std::uint64_t{payload.size()},
-                                          samplesAt(block.formats.front())) > alwaysFits;
+    const bool isSure = codec_.formats().size() == 1;
+    const std::uint64_t samples = bytes * block.formats.front().ratio / sameRate;
+    block.mayBeLost = !isSure || std::max(bytes, samples) > alwaysFits;
     blocks_.push_back(std::move(block));
 }
 
@@ -254,8 +260,8 @@ void SoundPromise::lastMayBeLost(Moment now) {
     const std::size_t first = blocks_.size() - std::min<std::size_t>(blocks_.size(), 2);
     for (std::size_t i = first; i < blocks_.size(); ++i) {
         blocks_[i].mayBeLost = true;
-        if (isCodecDoubted && blocks_[i].codec == codecs_) {
-            blocks_[i].formats = codec_.formats();
+        if (isCodecDoubted && blocks_[i].codec == codecs_ && !blocks_[i].payload.empty()) {
+            blocks_[i].formats = formatsFor(blocks_[i].payload.size());
         }
     }
 }

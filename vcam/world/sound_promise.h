@@ -51,6 +51,7 @@ private:
     static std::vector<std::int16_t> soundOf(const Block &block, const PayloadFormat &format);
     static bool beginsWith(const Block &block, std::span<const std::int16_t> ahead,
                            std::vector<std::int16_t> *sound);
+    std::vector<PayloadFormat> formatsFor(std::uint64_t bytes) const;
     void addPayload(Moment now, std::span<const std::uint8_t> payload);
     void take(std::span<const std::int16_t> heard, std::size_t carried);
     void breach(std::span<const std::int16_t> ahead);
