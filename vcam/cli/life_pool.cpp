@@ -58,7 +58,8 @@ LifeReport LifePool::liveOne(const Scenario &scenario) {
 
 void LifePool::begin(std::uint64_t number, const std::function<Scenario()> &make) {
     const unsigned place = freePlace();
-    running_.push_back({number, place, start(make, place)});
+    std::unique_ptr<LifeProcess> process = start(make, place);
+    running_.push_back({number, place, std::move(process)});
 }
 
 void LifePool::finishOne(const Take &take) {
@@ -79,7 +80,7 @@ void LifePool::finishOne(const Take &take) {
     take(one.number, report);
 }
 
-void LifePool::liveAll(std::vector<Wish> wishes, const Take &take) {
+void LifePool::liveAll(const std::vector<Wish> &wishes, const Take &take) {
     for (const Wish &wish : wishes) {
         begin(wish.number, [&] { return wish.scenario; });
         if (!hasRoom()) {

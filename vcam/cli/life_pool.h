@@ -37,7 +37,7 @@ public:
         std::uint64_t number;
         Scenario scenario;
     };
-    void liveAll(std::vector<Wish> wishes, const Take &take);
+    void liveAll(const std::vector<Wish> &wishes, const Take &take);
 
 private:
     struct Running {

@@ -85,7 +85,7 @@ private:
             faulty.steps.insert(faulty.steps.begin(), failure(code, nth));
             wishes.push_back({nth, std::move(faulty)});
         }
-        pool_.liveAll(std::move(wishes), [&](std::uint64_t nth, const LifeReport &report) {
+        pool_.liveAll(wishes, [&](std::uint64_t nth, const LifeReport &report) {
             check(faultName(code) + ", issue " + std::to_string(nth), report);
             ++tries;
             ended += report.hasEndedByItself ? 1 : 0;

@@ -3,6 +3,7 @@
 
 #include "vcam/board/board_time.h"
 
+#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -10,8 +11,8 @@
 // Nanoseconds since the camera was switched on.
 using Moment = std::uint64_t;
 
-constexpr Moment momentOf(double seconds) {
-    return static_cast<Moment>(seconds * 1e9 + 0.5);
+inline Moment momentOf(double seconds) {
+    return static_cast<Moment>(std::llround(seconds * 1e9));
 }
 
 constexpr double secondsOf(Moment moment) {
