@@ -14,7 +14,7 @@ using Register = std::atomic<std::uint32_t>;
 static_assert(sizeof(Register) == 4 && Register::is_always_lock_free);
 
 constexpr std::uint32_t boardMagic = 0x6D616376; // "vcam"
-constexpr std::uint32_t boardLayout = 4;
+constexpr std::uint32_t boardLayout = 5;
 
 constexpr std::uint32_t aoChannelCount = 16;
 constexpr std::uint32_t aoQueueRoom = 50;     // periods, of any device attributes
@@ -188,6 +188,19 @@ struct WorldRegisters {
     char line[worldLineRoom]; // for the system log
 };
 
+constexpr std::uint32_t replayRecordRoom = 0x4000;
+
+// A daemon's commands beside those of an earlier life, whose answers it is given (answers.h).
+struct ReplayRegisters {
+    Register isOn;
+    Register issued;     // commands
+    Register differsAt;  // the number of the first that differs, from 1 on; 0: none does
+    Register command;    // that was issued there,
+    Register recordSize; // and its record
+    Register hasOtherPeriod; // 1: it is the same, but not the period that it hands over
+    std::uint8_t record[replayRecordRoom];
+};
+
 struct BoardRegisters {
     Register magic;
     Register layout;
@@ -206,6 +219,7 @@ struct BoardRegisters {
     Register soundsBegun; // grows when a sender begins a sound: a gap before it is no dropout
     LossRegisters loss;
     WorldRegisters world;
+    ReplayRegisters replay;
 };
 static_assert(offsetof(BoardRegisters, queue) % 4 == 0);
 

@@ -61,6 +61,10 @@ fs::path CameraDir::memoryFile() const {
     return path_.string() + cameraMemoryFile;
 }
 
+fs::path CameraDir::answersFile() const {
+    return path_.string() + cameraAnswersFile;
+}
+
 fs::path CameraDir::usedConfigFile() const {
     const fs::path other = place(otherConfigPath);
     return fs::exists(other) ? other : configFile();

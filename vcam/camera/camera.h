@@ -36,6 +36,7 @@ public:
 
     std::filesystem::path registersFile() const;
     std::filesystem::path memoryFile() const;
+    std::filesystem::path answersFile() const;
     std::filesystem::path lockFile() const { return path_ / ".vcam"; }
     std::filesystem::path speakerFile() const { return path_ / "speaker.wav"; }
     std::filesystem::path configFile() const { return path_ / "voxo.xml"; }

@@ -70,4 +70,5 @@ void CameraFiles::removeRunning() {
     }
     fs::remove(dir_.registersFile(), ignored);
     fs::remove(dir_.memoryFile(), ignored);
+    fs::remove(dir_.answersFile(), ignored);
 }

@@ -17,6 +17,7 @@ constexpr int boardIsLoaded = 86;
 // Files in the directory that are not the camera's own.
 constexpr char cameraRegistersFile[] = "/board";
 constexpr char cameraMemoryFile[] = "/memory";
+constexpr char cameraAnswersFile[] = "/answers"; // of drivers in an earlier life
 
 constexpr std::size_t cameraPathRoom = 8192; // a directory and a path, the longest of both
 

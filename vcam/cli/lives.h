@@ -39,3 +39,13 @@ struct SweepOptions {
 // Lives a scenario once for each issue of each call and driver command in it, which fails, and
 // prints what becomes of it; 1 when a promise was broken.
 int sweep(const Target &target, const SweepOptions &options);
+
+struct ReplayOptions {
+    std::string trace;    // a file that libvcam_trace.so has written
+    std::string config;   // the daemon's configuration file; empty: the one that a camera comes with
+    std::string scenario; // where the life goes as a scenario, and is not replayed; empty: nowhere
+};
+
+// Gives a daemon the life that a trace tells, driver answers included, and compares each driver
+// command; 1 when one differs.
+int replay(const CameraDir &dir, const Target &target, const ReplayOptions &options);

@@ -159,6 +159,21 @@ void addSweep(CLI::App &app, SweepOptions &options, std::function<int()> &comman
     sub->callback([&] { command = [&] { return sweep(target, options); }; });
 }
 
+void addReplay(CLI::App &app, ReplayOptions &options, std::function<int()> &command,
+               const std::string &dir, const Target &target) {
+    CLI::App *const sub = app.add_subcommand(
+        "replay", "Give a daemon the life that a trace tells, and compare its driver commands");
+    sub->add_option("file", options.trace, "What VOXO_TRACE named")
+        ->required()
+        ->check(CLI::ExistingFile);
+    sub->add_option("--config", options.config,
+                    "The configuration file that the daemon had (default: the delivered one)")
+        ->check(CLI::ExistingFile);
+    sub->add_option("--scenario", options.scenario,
+                    "Write the life as a scenario for vcam play instead");
+    sub->callback([&] { command = [&] { return replay(CameraDir(dir), target, options); }; });
+}
+
 int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
@@ -200,6 +215,8 @@ int run(int argc, char **argv) {
     SimOptions simOptions;
     addSim(app, simOptions, command, target);
 
+    ReplayOptions replayOptions;
+    addReplay(app, replayOptions, command, dir, target);
     SweepOptions sweepOptions;
     addSweep(app, sweepOptions, command, target);
 

@@ -3,6 +3,7 @@
 #include "vcam/camera/camera_paths.h"
 #include "vcam/preload/call_fault.h"
 #include "vcam/preload/command_digest.h"
+#include "vcam/preload/replayed_commands.h"
 #include "vcam/preload/world_turn.h"
 
 #include <fcntl.h>
@@ -66,6 +67,18 @@ BoardRegisters *mapRegisters() {
     return address == -1 ? nullptr : reinterpret_cast<BoardRegisters *>(address);
 }
 
+// A file of an earlier life that lies in the camera's directory, in place of this PC's.
+const char *replayedPlaceOf(const char *path, char *buffer) {
+    if (path == nullptr || path[0] != '/') {
+        return path;
+    }
+    const int length = std::snprintf(buffer, cameraPathRoom, "%s%s", directory, path);
+    if (length >= static_cast<int>(cameraPathRoom)) {
+        return path;
+    }
+    return syscall(SYS_faccessat, AT_FDCWD, buffer, F_OK) == 0 ? buffer : path;
+}
+
 [[noreturn]] void refuseToRun(const char *reason) {
     std::fprintf(stderr, "vcam: %s in %s\n", reason, directory);
     _exit(1);
@@ -97,6 +110,9 @@ std::uint64_t startTime() {
         registers->world.isOn != 0 ? static_cast<BoardTime &>(virtualTime) : systemTime;
     auto *const board = new (boardMemory) Board{*registers, memoryFd, time, startTime()};
     new (devicesMemory) BoardDevices(*board);
+    if (registers->replay.isOn != 0 && !loadAnswers(openInDirectory(cameraAnswersFile))) {
+        refuseToRun("no answers of an earlier life");
+    }
     if (std::getenv(probeVariable) != nullptr) {
         _exit(boardIsLoaded);
     }
@@ -117,7 +133,11 @@ Board &processBoard() {
 }
 
 const char *cameraPlaceOf(const char *path, char *buffer) {
-    return cameraDir() != nullptr ? placeOf(directory, path, buffer) : path;
+    if (cameraDir() == nullptr) {
+        return path;
+    }
+    const char *const place = placeOf(directory, path, buffer);
+    return place == path && isReplaying() ? replayedPlaceOf(path, buffer) : place;
 }
 
 bool vcamCallFails(std::uint32_t code) {
@@ -157,7 +177,14 @@ OpenDevice *openDeviceOf(int fd) {
 
 int deviceCommand(OpenDevice &open, unsigned long request, void *record) {
     const auto command = static_cast<std::uint32_t>(request);
-    const int result = devices().command(*open.device, open.file, command, record);
+    ReplayRegisters &replay = processBoard().registers.replay;
+    if (isReplaying()) {
+        compareWithRecorded(replay, command, record);
+    }
+    int result = devices().command(*open.device, open.file, command, record);
+    if (isReplaying()) {
+        result = answerAsRecorded(replay, command, record, result);
+    }
     if (isTimeVirtual()) {
         addToDigest(processBoard().registers.world, command, record, result);
     }

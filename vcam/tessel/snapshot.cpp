@@ -110,7 +110,10 @@ Snapshot::~Snapshot() {
 }
 
 bool Snapshot::write(const SettingsStore &store) {
-    const std::vector<unsigned char> image = settingsImage(store, writerBase);
+    return write(settingsImage(store, writerBase));
+}
+
+bool Snapshot::write(std::span<const unsigned char> image) {
     if (image.size() > segmentSize) {
         return false;
     }

@@ -5,6 +5,7 @@
 #include "vcam/tessel/settings_store.h"
 
 #include <filesystem>
+#include <span>
 
 class Snapshot {
 public:
@@ -17,6 +18,9 @@ public:
 
     // Writes the settings in place of those before, under the semaphore. False: they do not fit.
     bool write(const SettingsStore &store);
+
+    // Writes a whole segment as another one was.
+    bool write(std::span<const unsigned char> image);
 
 private:
     int semaphore_ = -1;

@@ -53,6 +53,8 @@
 // not those of the last time.
 #pragma once
 
+#include "vcam/board/command_words.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -128,8 +130,3 @@ constexpr std::size_t traceDataLimit = 65536; // bytes of data in a record
 constexpr std::size_t traceRecordLimit = sizeof(TraceHeader) + sizeof(TraceCall) + traceDataLimit;
 
 constexpr std::uint32_t traceForEver = UINT32_MAX;
-
-// What a driver command says of its record.
-constexpr std::size_t commandRecordSize(std::uint32_t command) {
-    return command >> 16 & 0x3FFF;
-}

@@ -135,6 +135,19 @@ bool MoodyTessel::serve(std::uint32_t callers, Moment now, Agenda &agenda) {
     return answered;
 }
 
+bool MoodyTessel::answerCaller(const std::string &reply) {
+    accept();
+    if (waiting_.empty()) {
+        return false;
+    }
+    char request[requestRoom];
+    const UniqueFd caller = std::move(waiting_.back());
+    waiting_.clear();
+    recv(caller.get(), request, sizeof request, MSG_DONTWAIT);
+    sendAll(caller.get(), reply);
+    return true;
+}
+
 // A caller that has not said anything yet waits on.
 bool MoodyTessel::handle(UniqueFd connection, Moment now, Agenda &agenda) {
     char request[requestRoom];

@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,13 @@ public:
 
     // Sets one of the camera's settings, as another of the camera's processes would.
     void set(const std::string &key, const std::string &value);
+
+    // Answers whoever has called last and waits, whatever was asked, and hangs up. False: nobody
+    // does.
+    bool answerCaller(const std::string &reply);
+
+    // Publishes settings as another daemon's segment held them.
+    void publish(std::span<const unsigned char> image) { snapshot_.write(image); }
 
     // What a setting is.
     std::optional<std::string> get(const std::string &key) const { return tessel_.get(key); }

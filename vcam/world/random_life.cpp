@@ -17,17 +17,6 @@ constexpr double restartEvery = 600; // a daemon that has ended comes back
 constexpr double quietEnd = 150;     // at the end nothing happens any more
 constexpr unsigned faultyLives = 3;  // in one of so many, calls and commands fail
 
-std::string hexadecimal(const void *data, std::size_t size) {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < size; ++i) {
-        const unsigned char byte = static_cast<const unsigned char *>(data)[i];
-        text.push_back(digits[byte / 16]);
-        text.push_back(digits[byte % 16]);
-    }
-    return text;
-}
-
 class RandomLife {
 public:
     RandomLife(std::uint64_t seed, double hours)

@@ -182,3 +182,14 @@ std::string textOf(const Step &step, const std::string &option, const std::strin
     const auto found = step.options.find(option);
     return found != step.options.end() ? found->second : otherwise;
 }
+
+std::string hexadecimal(const void *data, std::size_t size) {
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) {
+        const unsigned char byte = static_cast<const unsigned char *>(data)[i];
+        text.push_back(digits[byte / 16]);
+        text.push_back(digits[byte % 16]);
+    }
+    return text;
+}

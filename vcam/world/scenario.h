@@ -62,3 +62,6 @@ std::string textOf(const Step &step, const std::string &option, const std::strin
 
 // A step on one line, as in a file.
 std::string shownStep(const Step &step);
+
+// Bytes as hexadecimal digits, as steps take them.
+std::string hexadecimal(const void *data, std::size_t size);

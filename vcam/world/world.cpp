@@ -177,12 +177,14 @@ void World::answerDaemon() {
         say(Voice::systemLog, output_.masked(line));
         break;
     }
-    case worldGoesOn:
-        goOn();
+    case worldGoesOn: {
+        const Moment asked = longRegister(world.deadline);
+        letDaemonWait(asked == endOfTime ? asked : asked - std::min(asked, switchedOn));
         break;
+    }
     default:
         world.word = 0;
-        carryOutDue();
+        letDaemonLook();
         break;
     }
     world.signal = 0;
@@ -194,15 +196,22 @@ void World::answerDaemon() {
     wall_.wake(world.turn);
 }
 
-void World::goOn() {
-    const Moment asked = longRegister(registers().world.deadline);
-    const Moment deadline = asked == endOfTime ? asked : asked - std::min(asked, switchedOn);
+void World::letDaemonWait(Moment deadline) {
     while (!carryOutDue() && now_ < deadline) {
         const Moment next = std::min({deadline, agenda_.next(), dacNext_});
         if (next == endOfTime) {
             throw CameraError("the daemon waits for what never comes");
         }
         advanceTo(next);
+    }
+}
+
+void World::attendDaemon() {
+    while (isDaemonAlive()) {
+        throwIfEndIsAskedFor();
+        if (awaitDaemon()) {
+            answerDaemon();
+        }
     }
 }
 

@@ -42,6 +42,8 @@ public:
 
 class World {
 public:
+    virtual ~World() = default;
+
     // Takes the directory, and lays a camera into it; one world to a process. `failingCalls`: calls
     // of the C library may be made to fail. Throws when the directory cannot be had.
     World(const CameraDir &dir, Target target, WorldObserver &observer,
@@ -76,6 +78,16 @@ public:
     // without time passing, or does not end.
     void live(Moment end);
 
+protected:
+    // What happens while the daemon waits until `deadline`, or looks whether something has come. Time
+    // passes in the former.
+    virtual void letDaemonWait(Moment deadline);
+    virtual void letDaemonLook() { carryOutDue(); }
+
+    void advanceTo(Moment moment);
+    // Deals with the daemon until it has ended.
+    void attendDaemon();
+
 private:
     // What the board tells the time by on this side.
     class Time : public BoardTime {
@@ -101,12 +113,10 @@ private:
     };
 
     void say(Voice voice, const std::string &line);
-    void advanceTo(Moment moment);
     bool carryOutDue();
     bool isChanged() const;
     bool awaitDaemon();
     void answerDaemon();
-    void goOn();
     void goOnAlone(Moment end);
     void daemonEnded(int status);
     void end();
