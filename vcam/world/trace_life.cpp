@@ -9,6 +9,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <span>
 
 namespace fs = std::filesystem;
@@ -39,6 +41,18 @@ Answer answerOf(const TraceRecord &record, std::string &bytes) {
         answer.sides[i] = command.sides[i].empty() ? 0 : append(bytes, command.sides[i]);
     }
     return answer;
+}
+
+// A file of which a trace holds the beginning only, if it is on this PC as well.
+std::string completed(const std::string &beginning, const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    const std::string whole{std::istreambuf_iterator<char>(in), {}};
+    if (!whole.starts_with(beginning)) {
+        throw CameraError("the trace holds only the first " + std::to_string(beginning.size()) +
+                          " bytes of " + path +
+                          ", and it is not on this PC (VOXO_TRACE_CLIP=BYTES takes more of a clip)");
+    }
+    return whole;
 }
 
 const char *nameOfSignal(std::uint32_t signal) {
@@ -89,6 +103,7 @@ bool TraceLife::opensFile(const TraceRecord &record) {
 std::string TraceLife::contentsOf(std::size_t opened) const {
     const int fd = records_[opened].call.result;
     std::string contents;
+    std::size_t whole = 0;
     for (std::size_t i = opened + 1; i < records_.size(); ++i) {
         const TraceRecord &record = records_[i];
         if (record.kind() == TraceKind::close && record.call.fd == fd) {
@@ -96,12 +111,13 @@ std::string TraceLife::contentsOf(std::size_t opened) const {
         }
         if (record.kind() == TraceKind::fileBytes && record.call.fd == fd) {
             const std::size_t offset = record.call.more;
+            whole = std::max(whole, offset + record.call.whole);
             contents.resize(std::max(contents.size(), offset + record.data.size()));
             std::copy(record.data.begin(), record.data.end(),
                       contents.begin() + static_cast<std::ptrdiff_t>(offset));
         }
     }
-    return contents;
+    return contents.size() < whole ? completed(contents, records_[opened].text()) : contents;
 }
 
 Scenario TraceLife::scenario(const fs::path &directory) const {
