@@ -11,11 +11,11 @@ struct AnswersHead {
 struct Answer {
     std::uint32_t command;
     std::int32_t result;
-    std::int32_t error;      // errno, where the result is negative
-    std::uint32_t size;      // of the record; 0: the command was issued without one
-    std::uint32_t before;    // offsets of the record as it was issued, and as it came back,
+    std::int32_t error;   // errno, where the result is negative
+    std::uint32_t size;   // of the record; 0: the command was issued without one
+    std::uint32_t before; // offsets of the record as it was issued, and as it came back,
     std::uint32_t after;
-    std::uint32_t sideSize;  // of a period that the driver has taken
-    std::uint32_t sides[2];  // offsets of its sides; 0: there is none
+    std::uint32_t sideSize; // of a period that the driver has taken
+    std::uint32_t sides[2]; // offsets of its sides; 0: there is none
 };
 static_assert(sizeof(Answer) == 36);

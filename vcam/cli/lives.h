@@ -41,8 +41,8 @@ struct SweepOptions {
 int sweep(const Target &target, const SweepOptions &options);
 
 struct ReplayOptions {
-    std::string trace;    // a file that libvcam_trace.so has written
-    std::string config;   // the daemon's configuration file; empty: the one that a camera comes with
+    std::string trace;  // a file that libvcam_trace.so has written
+    std::string config; // the daemon's configuration file; empty: the one that a camera comes with
     std::string scenario; // where the life goes as a scenario, and is not replayed; empty: nowhere
 };
 

@@ -52,9 +52,9 @@ void printDifference(const TraceLife &life, const ReplayReport &report) {
         std::printf(": another period is handed over\n");
     } else {
         std::printf("\n");
-        printRecords(report.command, commandOf(recorded).before,
-                     {reinterpret_cast<const std::uint8_t *>(report.record.data()),
-                      report.record.size()});
+        printRecords(
+            report.command, commandOf(recorded).before,
+            {reinterpret_cast<const std::uint8_t *>(report.record.data()), report.record.size()});
     }
     for (const std::string &line : report.lines) {
         std::printf("  voxo: %s\n", line.c_str());

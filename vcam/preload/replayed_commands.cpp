@@ -85,7 +85,8 @@ void noteDifference(ReplayRegisters &replay, std::uint32_t command, const void *
 
 bool loadAnswers(int fd) {
     struct stat status = {};
-    if (fd < 0 || fstat(fd, &status) != 0 || status.st_size < static_cast<off_t>(sizeof(AnswersHead))) {
+    if (fd < 0 || fstat(fd, &status) != 0 ||
+        status.st_size < static_cast<off_t>(sizeof(AnswersHead))) {
         return false;
     }
 #ifdef SYS_mmap2

@@ -56,8 +56,8 @@ void ReplayWorld::onLine(Moment /*now*/, Voice voice, const std::string &line) {
     }
 }
 
-// Whether the daemon comes to wait there in this life, too. A poll that found something did so while
-// a message was being read, which is there as a whole here.
+// Whether the daemon comes to wait there in this life, too. A poll that found something did so
+// while a message was being read, which is there as a whole here.
 bool ReplayWorld::isWait(const TraceRecord &record) {
     switch (record.kind()) {
     case TraceKind::wait:
@@ -74,8 +74,8 @@ bool ReplayWorld::isWait(const TraceRecord &record) {
 
 std::size_t ReplayWorld::nextWait(std::size_t from) const {
     const auto &records = life_.records();
-    const auto found = std::find_if(records.begin() + static_cast<std::ptrdiff_t>(from),
-                                    records.end(), isWait);
+    const auto found =
+        std::find_if(records.begin() + static_cast<std::ptrdiff_t>(from), records.end(), isWait);
     return static_cast<std::size_t>(found - records.begin());
 }
 
@@ -179,8 +179,8 @@ void ReplayWorld::letDaemonWait(Moment deadline) {
 // Ends a wait as it ended then.
 void ReplayWorld::endWait(std::size_t wait, Moment deadline) {
     const TraceRecord &record = life_.records()[wait];
-    const bool isTimedOut = record.call.result == 0 ||
-                            (record.kind() == TraceKind::reply && record.call.result < 0);
+    const bool isTimedOut =
+        record.call.result == 0 || (record.kind() == TraceKind::reply && record.call.result < 0);
     advanceTo(std::max(now(), TraceLife::timeOf(record)));
     if (isTimedOut && deadline != endOfTime) {
         advanceTo(std::max(now(), deadline));

@@ -6,12 +6,12 @@
 
 // Where the lives are two.
 struct ReplayReport {
-    std::uint64_t recorded = 0;  // driver commands
+    std::uint64_t recorded = 0; // driver commands
     std::uint64_t issued = 0;
-    std::uint64_t differsAt = 0; // the number of the first that differs, from 1 on; 0: none
-    std::uint32_t command = 0;   // that was issued there
-    bool hasOtherPeriod = false; // its record is the same
-    std::string record;          // its bytes
+    std::uint64_t differsAt = 0;    // the number of the first that differs, from 1 on; 0: none
+    std::uint32_t command = 0;      // that was issued there
+    bool hasOtherPeriod = false;    // its record is the same
+    std::string record;             // its bytes
     std::vector<std::string> lines; // that the daemon printed, the last ones
 };
 

@@ -48,9 +48,9 @@ std::string completed(const std::string &beginning, const std::string &path) {
     std::ifstream in(path, std::ios::binary);
     const std::string whole{std::istreambuf_iterator<char>(in), {}};
     if (!whole.starts_with(beginning)) {
-        throw CameraError("the trace holds only the first " + std::to_string(beginning.size()) +
-                          " bytes of " + path +
-                          ", and it is not on this PC (VOXO_TRACE_CLIP=BYTES takes more of a clip)");
+        throw CameraError(
+            "the trace holds only the first " + std::to_string(beginning.size()) + " bytes of " +
+            path + ", and it is not on this PC (VOXO_TRACE_CLIP=BYTES takes more of a clip)");
     }
     return whole;
 }
@@ -111,7 +111,8 @@ std::string TraceLife::contentsOf(std::size_t opened) const {
         }
         if (record.kind() == TraceKind::fileBytes && record.call.fd == fd) {
             const std::size_t offset = record.call.more;
-            whole = std::max(whole, offset + record.call.whole);
+            whole =
+                std::max(whole, offset + static_cast<std::size_t>(std::max(record.call.result, 0)));
             contents.resize(std::max(contents.size(), offset + record.data.size()));
             std::copy(record.data.begin(), record.data.end(),
                       contents.begin() + static_cast<std::ptrdiff_t>(offset));
