@@ -113,9 +113,10 @@ std::string TraceLife::contentsOf(std::size_t opened) const {
             const std::size_t offset = record.call.more;
             whole =
                 std::max(whole, offset + static_cast<std::size_t>(std::max(record.call.result, 0)));
-            contents.resize(std::max(contents.size(), offset + record.data.size()));
-            std::copy(record.data.begin(), record.data.end(),
-                      contents.begin() + static_cast<std::ptrdiff_t>(offset));
+            if (!record.data.empty()) {
+                contents.resize(std::max(contents.size(), offset + record.data.size()));
+                contents.replace(offset, record.data.size(), record.text());
+            }
         }
     }
     return contents.size() < whole ? completed(contents, records_[opened].text()) : contents;
