@@ -33,10 +33,18 @@ StreamRecord lawRecord(Law law) {
     return record;
 }
 
-StreamRecord rateRecord(std::uint32_t rate) {
+StreamRecord aacRecord(std::uint32_t rate) {
     StreamRecord record = newRecord(aacRateWord + sizeof rate, codeConf);
     setRecordWord(record.data(), recordCodecWord, codeAac);
+    setRecordWord(record.data(), aacChannelsWord, 1);
     setRecordWord(record.data(), aacRateWord, rate);
+    return record;
+}
+
+StreamRecord amrRecord(std::uint32_t rate) {
+    StreamRecord record = newRecord(amrRateWord + sizeof rate, codeConf);
+    setRecordWord(record.data(), recordCodecWord, codeAmr);
+    setRecordWord(record.data(), amrRateWord, rate);
     return record;
 }
 

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -114,8 +115,15 @@ bool Snapshot::write(const SettingsStore &store) {
     if (image.size() > segmentSize) {
         return false;
     }
-    operate(semaphore_, -1);
+    const bool wasHeld = isHeld_;
+    hold(true);
     std::memcpy(address_, image.data(), image.size());
-    operate(semaphore_, 1);
+    hold(wasHeld);
     return true;
+}
+
+void Snapshot::hold(bool isHeld) {
+    if (std::exchange(isHeld_, isHeld) != isHeld) {
+        operate(semaphore_, isHeld ? -1 : 1);
+    }
 }

@@ -18,8 +18,12 @@ public:
     // Writes the settings in place of those before, under the semaphore. False: they do not fit.
     bool write(const SettingsStore &store);
 
+    // Takes the semaphore until it is given back by hold(false); writing goes on meanwhile.
+    void hold(bool isHeld);
+
 private:
     int semaphore_ = -1;
     int segment_ = -1;
     void *address_ = nullptr;
+    bool isHeld_ = false;
 };

@@ -15,6 +15,7 @@
 #include <csignal>
 #include <iterator>
 #include <optional>
+#include <sstream>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -35,10 +36,10 @@ int digitOf(char character) {
 }
 
 // The bytes that hexadecimal digits tell; blanks between them are for the reader.
-std::string bytesOf(const Step &step) {
+std::string bytesOf(const Step &step, const std::string &digits) {
     std::string bytes;
     int high = -1;
-    for (const char character : step.object) {
+    for (const char character : digits) {
         if (character == ' ') {
             continue;
         }
@@ -55,6 +56,11 @@ std::string bytesOf(const Step &step) {
         refuse(step, step.verb + " takes pairs of hexadecimal digits");
     }
     return bytes;
+}
+
+std::vector<std::string> wordsOf(const std::string &text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), {}};
 }
 
 struct SignalName {
@@ -77,6 +83,18 @@ StreamRecord recordOf(const Sound &sound, std::uint64_t begin, std::uint64_t pay
     return audioRecord(bytes);
 }
 
+StreamRecord confOf(const Step &step) {
+    const auto rate = static_cast<std::uint32_t>(numberOf(step, "rate", streamRate));
+    if (step.object == "aac") {
+        return aacRecord(rate);
+    }
+    if (step.object == "amr") {
+        return amrRecord(rate);
+    }
+    return step.object == "plain" ? plainRecord()
+                                  : lawRecord(step.object == "alaw" ? Law::a : Law::u);
+}
+
 void writeClip(const fs::path &path, const Sound &sound, const Step &step) {
     const int rate = static_cast<int>(numberOf(step, "rate", streamRate));
     const int channels = static_cast<int>(numberOf(step, "channels", 1));
@@ -84,7 +102,10 @@ void writeClip(const fs::path &path, const Sound &sound, const Step &step) {
     SndfileHandle file(path.string(), SFM_WRITE, SF_FORMAT_WAV | format, channels, rate);
     Samples frames;
     for (std::uint64_t i = 0; i < sound.length(); ++i) {
-        frames.insert(frames.end(), static_cast<std::size_t>(channels), sound.sample(i));
+        frames.push_back(sound.leftSample(i));
+        if (channels == 2) {
+            frames.push_back(sound.rightSample(i));
+        }
     }
     const auto count = static_cast<sf_count_t>(frames.size());
     if (!file || file.write(frames.data(), count) != count) {
@@ -95,20 +116,18 @@ void writeClip(const fs::path &path, const Sound &sound, const Step &step) {
 } // namespace
 
 const Stage::Kind Stage::kinds[] = {
-    {"cast", &Stage::cast},     {"conf", &Stage::conf},     {"record", &Stage::record},
-    {"clip", &Stage::clip},     {"stop", &Stage::stop},     {"message", &Stage::message},
-    {"bytes", &Stage::bytes},   {"talk", &Stage::talk},     {"set", &Stage::set},
-    {"signal", &Stage::signal}, {"fail", &Stage::fail},     {"tessel", &Stage::tessel},
-    {"file", &Stage::file},     {"vanish", &Stage::vanish}, {"video", &Stage::video},
-    {"start", &Stage::start}};
+    {"cast", &Stage::cast},         {"conf", &Stage::conf},  {"record", &Stage::record},
+    {"clip", &Stage::clip},         {"stop", &Stage::stop},  {"message", &Stage::message},
+    {"bytes", &Stage::bytes},       {"talk", &Stage::talk},  {"set", &Stage::set},
+    {"signal", &Stage::signal},     {"fail", &Stage::fail},  {"tessel", &Stage::tessel},
+    {"snapshot", &Stage::snapshot}, {"file", &Stage::file},  {"vanish", &Stage::vanish},
+    {"video", &Stage::video},       {"start", &Stage::start}};
 
-Stage::Stage(World &world, fs::path directory)
-    : world_(world), directory_(std::move(directory)) {}
+Stage::Stage(World &world, fs::path directory) : world_(world), directory_(std::move(directory)) {}
 
 void Stage::act(const Step &step) {
-    const auto *const kind = std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind &one) {
-        return step.verb == one.verb;
-    });
+    const auto *const kind = std::find_if(std::begin(kinds), std::end(kinds),
+                                          [&](const Kind &one) { return step.verb == one.verb; });
     (this->*kind->deed)(step);
 }
 
@@ -116,7 +135,9 @@ void Stage::cast(const Step &step) {
     const auto sound = std::make_shared<const Sound>(step, directory_);
     const auto payload = static_cast<std::uint64_t>(
         std::clamp(numberOf(step, "payload", streamPayload), 1.0, double{longestPayload}));
-    world_.senders().sendRecord(lawRecord(*sound->law()));
+    if (textOf(step, "bare") != "yes") {
+        world_.senders().sendRecord(lawRecord(*sound->law()));
+    }
     if (textOf(step, "fast") != "yes") {
         castFrom(sound, 0, payload);
         return;
@@ -143,13 +164,11 @@ void Stage::castFrom(const std::shared_ptr<const Sound> &sound, std::uint64_t at
 }
 
 void Stage::conf(const Step &step) {
-    world_.senders().sendRecord(step.object == "plain" ? plainRecord()
-                                                       : lawRecord(step.object == "alaw" ? Law::a
-                                                                                         : Law::u));
+    world_.senders().sendRecord(confOf(step));
 }
 
 void Stage::record(const Step &step) {
-    const std::string bytes = bytesOf(step);
+    const std::string bytes = bytesOf(step, step.object);
     world_.senders().sendRecord({bytes.begin(), bytes.end()});
 }
 
@@ -185,7 +204,7 @@ void Stage::message(const Step &step) {
 }
 
 void Stage::bytes(const Step &step) {
-    world_.senders().sendMessage(bytesOf(step));
+    world_.senders().sendMessage(bytesOf(step, step.object));
 }
 
 void Stage::talk(const Step &step) {
@@ -203,9 +222,13 @@ void Stage::signal(const Step &step) {
 void Stage::fail(const Step &step) {
     const std::uint32_t code = faultCode(step.object);
     const auto nth = static_cast<std::uint32_t>(numberOf(step, "nth", 1));
+    const auto times = static_cast<std::uint32_t>(numberOf(step, "times", 1));
     const auto result = static_cast<std::int32_t>(numberOf(step, "result", -1));
-    if (code == 0 || nth == 0 || !boardFail(world_.registers(), code, nth, result)) {
-        refuse(step, "no such call or driver command can be made to fail: " + step.object);
+    // A fault counts on only when none before it has come: those of one count come in a row.
+    for (std::uint32_t i = 0; i < times; ++i) {
+        if (code == 0 || nth == 0 || !boardFail(world_.registers(), code, nth, result)) {
+            refuse(step, "no such call or driver command can be made to fail: " + step.object);
+        }
     }
 }
 
@@ -213,10 +236,14 @@ void Stage::tessel(const Step &step) {
     world_.tessel().setMood(*moodNamed(step.object), momentOf(numberOf(step, "delay", 1)));
 }
 
+void Stage::snapshot(const Step &step) {
+    world_.tessel().holdSnapshot(step.object == "held");
+}
+
 void Stage::file(const Step &step) {
     const fs::path path = world_.dir().place(step.object);
     fs::create_directories(path.parent_path());
-    writeFile(path, textOf(step, "text"));
+    writeFile(path, textOf(step, "text") + bytesOf(step, textOf(step, "hex")));
 }
 
 void Stage::vanish(const Step &step) {
@@ -233,6 +260,10 @@ void Stage::video(const Step &step) {
     }
 }
 
-void Stage::start(const Step & /*step*/) {
-    world_.startDaemon();
+void Stage::start(const Step &step) {
+    if (step.options.contains("arguments")) {
+        world_.startDaemon(wordsOf(textOf(step, "arguments")));
+    } else {
+        world_.startDaemon();
+    }
 }

@@ -12,7 +12,8 @@ public:
     // `directory`: that files are named from.
     Stage(World &world, std::filesystem::path directory);
 
-    // Carries out a step that is no expectation. Throws a CameraError with its place when it cannot.
+    // Carries out a step that is no expectation. Throws a CameraError with its place when it
+    // cannot.
     void act(const Step &step);
 
 private:
@@ -35,13 +36,15 @@ private:
     void signal(const Step &step);
     void fail(const Step &step);
     void tessel(const Step &step);
+    void snapshot(const Step &step);
     void file(const Step &step);
     void vanish(const Step &step);
     void video(const Step &step);
     void start(const Step &step);
 
     std::string placeClip(const Step &step);
-    void castFrom(const std::shared_ptr<const Sound> &sound, std::uint64_t at, std::uint64_t payload);
+    void castFrom(const std::shared_ptr<const Sound> &sound, std::uint64_t at,
+                  std::uint64_t payload);
 
     World &world_;
     std::filesystem::path directory_;
