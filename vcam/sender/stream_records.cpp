@@ -48,9 +48,10 @@ StreamRecord amrRecord(std::uint32_t rate) {
     return record;
 }
 
-StreamRecord audioRecord(std::span<const std::uint8_t> payload) {
-    StreamRecord record = newRecord(recordBody + payload.size(), codeG711);
-    std::copy(payload.begin(), payload.end(), record.begin() + recordBody);
+StreamRecord audioRecord(std::span<const std::uint8_t> payload, std::uint32_t extra) {
+    StreamRecord record = newRecord(recordBody + extra + payload.size(), codeG711);
+    setRecordWord(record.data(), recordExtraWord, extra);
+    std::copy(payload.begin(), payload.end(), record.begin() + recordBody + extra);
     return record;
 }
 

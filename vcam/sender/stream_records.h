@@ -20,7 +20,8 @@ StreamRecord plainRecord();
 StreamRecord aacRecord(std::uint32_t rate);
 StreamRecord amrRecord(std::uint32_t rate);
 
-StreamRecord audioRecord(std::span<const std::uint8_t> payload);
+// `extra` bytes of further header, of no meaning, stand in front of the payload.
+StreamRecord audioRecord(std::span<const std::uint8_t> payload, std::uint32_t extra = 0);
 
 // A record of a type that the daemon passes over.
 StreamRecord unknownRecord();

@@ -14,12 +14,12 @@ struct Verb {
 };
 
 constexpr Verb verbs[] = {
-    {"cast", "", "law seconds seed hertz payload fast bare"},
+    {"cast", "", "law seconds seed hertz payload extra fast bare"},
     {"conf", "alaw ulaw plain aac amr", "rate"},
     {"record", "", ""},
     {"clip", "", "seconds seed hertz rate channels bits sides"},
     {"stop", "clip", ""},
-    {"message", "", "type"},
+    {"message", "", "type size"},
     {"bytes", "", ""},
     {"talk", "on off", ""},
     {"set", "", "to"},
@@ -48,13 +48,18 @@ struct Option {
     std::string_view words; // as the objects of verbs
 };
 
-constexpr Option checkedOptions[] = {
-    {"within", "#"},      {"seconds", "#"},    {"delay", "#"},     {"since", "#"},
-    {"least", "#"},       {"seed", "#"},       {"hertz", "#"},     {"payload", "#"},
-    {"rate", "#"},        {"channels", "1 2"}, {"bits", "8 16"},   {"nth", "#"},
-    {"times", "#"},       {"type", "#"},       {"ratio", "#"},     {"mode", "#"},
-    {"law", "alaw ulaw"}, {"fast", "yes no"},  {"bare", "yes no"}, {"sides", "alike apart crossed"},
-    {"is", "there gone"}};
+constexpr Option checkedOptions[] = {{"within", "#"},      {"seconds", "#"},
+                                     {"delay", "#"},       {"since", "#"},
+                                     {"least", "#"},       {"seed", "#"},
+                                     {"hertz", "#"},       {"payload", "#"},
+                                     {"extra", "#"},       {"rate", "#"},
+                                     {"channels", "1 2"},  {"bits", "8 16"},
+                                     {"nth", "#"},         {"times", "#"},
+                                     {"type", "#"},        {"size", "#"},
+                                     {"ratio", "#"},       {"mode", "#"},
+                                     {"law", "alaw ulaw"}, {"fast", "yes no"},
+                                     {"bare", "yes no"},   {"sides", "alike apart crossed"},
+                                     {"is", "there gone"}};
 
 bool isWordOf(std::string_view words, std::string_view word) {
     for (std::size_t begin = 0; begin < words.size();) {

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::uint64_t streamRate = 8000;
-constexpr std::size_t longestPayload = 16000;
+constexpr double longestPayload = 16000;
 
 [[noreturn]] void refuse(const Step &step, const std::string &what) {
     throw CameraError(shownPlace(step.place) + what);
@@ -77,10 +77,11 @@ int signalNamed(const std::string &name) {
 }
 
 // The record that begins at a sample; the last of a sound is shorter.
-StreamRecord recordOf(const Sound &sound, std::uint64_t begin, std::uint64_t payload) {
-    std::vector<std::uint8_t> bytes(std::min(payload, sound.length() - begin));
+StreamRecord recordOf(const Stage::Casting &casting, std::uint64_t begin) {
+    const Sound &sound = *casting.sound;
+    std::vector<std::uint8_t> bytes(std::min(casting.payload, sound.length() - begin));
     std::generate(bytes.begin(), bytes.end(), [&] { return sound.lawByte(begin++); });
-    return audioRecord(bytes);
+    return audioRecord(bytes, casting.extra);
 }
 
 StreamRecord confOf(const Step &step) {
@@ -132,35 +133,35 @@ void Stage::act(const Step &step) {
 }
 
 void Stage::cast(const Step &step) {
-    const auto sound = std::make_shared<const Sound>(step, directory_);
-    const auto payload = static_cast<std::uint64_t>(
-        std::clamp(numberOf(step, "payload", streamPayload), 1.0, double{longestPayload}));
+    const Casting casting = {
+        std::make_shared<const Sound>(step, directory_),
+        static_cast<std::uint64_t>(
+            std::clamp(numberOf(step, "payload", streamPayload), 1.0, longestPayload)),
+        static_cast<std::uint32_t>(std::min(numberOf(step, "extra", 0), longestPayload))};
     if (textOf(step, "bare") != "yes") {
-        world_.senders().sendRecord(lawRecord(*sound->law()));
+        world_.senders().sendRecord(lawRecord(*casting.sound->law()));
     }
     if (textOf(step, "fast") != "yes") {
-        castFrom(sound, 0, payload);
+        castFrom(casting, 0);
         return;
     }
     world_.senders().sendRecords(
-        [sound, payload, at = std::uint64_t{0}]() mutable -> std::optional<StreamRecord> {
-            if (at >= sound->length()) {
+        [casting, at = std::uint64_t{0}]() mutable -> std::optional<StreamRecord> {
+            if (at >= casting.sound->length()) {
                 return std::nullopt;
             }
-            const std::uint64_t begin = std::exchange(at, at + payload);
-            return recordOf(*sound, begin, payload);
+            return recordOf(casting, std::exchange(at, at + casting.payload));
         });
 }
 
 // Sends the record that begins at a sample, and the others each at its time.
-void Stage::castFrom(const std::shared_ptr<const Sound> &sound, std::uint64_t at,
-                     std::uint64_t payload) {
-    if (at >= sound->length()) {
+void Stage::castFrom(const Casting &casting, std::uint64_t at) {
+    if (at >= casting.sound->length()) {
         return;
     }
-    world_.senders().sendRecord(recordOf(*sound, at, payload));
-    world_.agenda().add(world_.now() + payload * nanosecondsPerSecond / streamRate,
-                        [=, this] { castFrom(sound, at + payload, payload); });
+    world_.senders().sendRecord(recordOf(casting, at));
+    world_.agenda().add(world_.now() + casting.payload * nanosecondsPerSecond / streamRate,
+                        [=, this] { castFrom(casting, at + casting.payload); });
 }
 
 void Stage::conf(const Step &step) {
@@ -199,8 +200,10 @@ void Stage::stop(const Step & /*step*/) {
 }
 
 void Stage::message(const Step &step) {
+    std::string body = step.object;
+    body.resize(std::max(body.size(), static_cast<std::size_t>(numberOf(step, "size", 0))), ' ');
     world_.senders().sendMessage(framedMessage(
-        static_cast<std::uint32_t>(numberOf(step, "type", MESSAGE_TYPE_CONTROL)), step.object));
+        static_cast<std::uint32_t>(numberOf(step, "type", MESSAGE_TYPE_CONTROL)), body));
 }
 
 void Stage::bytes(const Step &step) {

@@ -9,6 +9,13 @@
 
 class Stage {
 public:
+    // How a sound is made into records.
+    struct Casting {
+        std::shared_ptr<const Sound> sound;
+        std::uint64_t payload; // bytes of a record
+        std::uint32_t extra;   // of further header in front of it
+    };
+
     // `directory`: that files are named from.
     Stage(World &world, std::filesystem::path directory);
 
@@ -43,8 +50,7 @@ private:
     void start(const Step &step);
 
     std::string placeClip(const Step &step);
-    void castFrom(const std::shared_ptr<const Sound> &sound, std::uint64_t at,
-                  std::uint64_t payload);
+    void castFrom(const Casting &casting, std::uint64_t at);
 
     World &world_;
     std::filesystem::path directory_;
