@@ -58,8 +58,11 @@ int connectSocket(int fd, const sockaddr *address, socklen_t length) {
     const int error = errno;
     syscall(controlCall, fd, F_SETFL, flags);
     errno = error;
-    if (result == 0 && fd < descriptorCount) {
-        isConnected[fd] = true;
+    if (result == 0) {
+        ++processBoard().registers.world.callers; // the server has looked in vain meanwhile
+        if (fd < descriptorCount) {
+            isConnected[fd] = true;
+        }
     }
     return result;
 }

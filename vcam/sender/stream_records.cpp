@@ -33,16 +33,25 @@ StreamRecord lawRecord(Law law) {
     return record;
 }
 
-StreamRecord rateRecord(std::uint32_t rate) {
+StreamRecord aacRecord(std::uint32_t rate) {
     StreamRecord record = newRecord(aacRateWord + sizeof rate, codeConf);
     setRecordWord(record.data(), recordCodecWord, codeAac);
+    setRecordWord(record.data(), aacChannelsWord, 1);
     setRecordWord(record.data(), aacRateWord, rate);
     return record;
 }
 
-StreamRecord audioRecord(std::span<const std::uint8_t> payload) {
-    StreamRecord record = newRecord(recordBody + payload.size(), codeG711);
-    std::copy(payload.begin(), payload.end(), record.begin() + recordBody);
+StreamRecord amrRecord(std::uint32_t rate) {
+    StreamRecord record = newRecord(amrRateWord + sizeof rate, codeConf);
+    setRecordWord(record.data(), recordCodecWord, codeAmr);
+    setRecordWord(record.data(), amrRateWord, rate);
+    return record;
+}
+
+StreamRecord audioRecord(std::span<const std::uint8_t> payload, std::uint32_t extra) {
+    StreamRecord record = newRecord(recordBody + extra + payload.size(), codeG711);
+    setRecordWord(record.data(), recordExtraWord, extra);
+    std::copy(payload.begin(), payload.end(), record.begin() + recordBody + extra);
     return record;
 }
 

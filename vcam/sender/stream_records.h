@@ -16,10 +16,12 @@ using StreamRecord = std::vector<std::uint8_t>;
 StreamRecord lawRecord(Law law);
 StreamRecord plainRecord();
 
-// Codec information of another codec, which tells a rate in Hz.
-StreamRecord rateRecord(std::uint32_t rate);
+// Codec information of another codec, of which the daemon takes the rate.
+StreamRecord aacRecord(std::uint32_t rate);
+StreamRecord amrRecord(std::uint32_t rate);
 
-StreamRecord audioRecord(std::span<const std::uint8_t> payload);
+// `extra` bytes of further header, of no meaning, stand in front of the payload.
+StreamRecord audioRecord(std::span<const std::uint8_t> payload, std::uint32_t extra = 0);
 
 // A record of a type that the daemon passes over.
 StreamRecord unknownRecord();

@@ -14,6 +14,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <ctime>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -23,6 +25,7 @@ constexpr int keyProject = 'c';
 constexpr std::size_t segmentSize = 65536;
 constexpr int accessMode = 0600;
 constexpr int keyTries = 100;
+constexpr timespec patience = {10, 0}; // with a reader
 
 // Where this writer says that it has the segment: anywhere but where a reader will.
 constexpr std::uint32_t writerBase = 0x46500000;
@@ -80,9 +83,13 @@ void removeAsides(const fs::path &keyFile) {
     }
 }
 
+// Throws when a reader keeps the semaphore.
 void operate(int semaphore, short amount) {
     sembuf operation = {0, amount, SEM_UNDO};
-    while (semop(semaphore, &operation, 1) != 0 && errno == EINTR) {
+    while (semtimedop(semaphore, &operation, 1, &patience) != 0) {
+        if (errno != EINTR) {
+            throw CameraError("a reader does not give the settings snapshot back");
+        }
     }
 }
 
@@ -117,8 +124,15 @@ bool Snapshot::write(std::span<const unsigned char> image) {
     if (image.size() > segmentSize) {
         return false;
     }
-    operate(semaphore_, -1);
+    const bool wasHeld = isHeld_;
+    hold(true);
     std::memcpy(address_, image.data(), image.size());
-    operate(semaphore_, 1);
+    hold(wasHeld);
     return true;
+}
+
+void Snapshot::hold(bool isHeld) {
+    if (std::exchange(isHeld_, isHeld) != isHeld) {
+        operate(semaphore_, isHeld ? -1 : 1);
+    }
 }

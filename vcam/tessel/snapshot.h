@@ -22,8 +22,12 @@ public:
     // Writes a whole segment as another one was.
     bool write(std::span<const unsigned char> image);
 
+    // Takes the semaphore until it is given back by hold(false); writing goes on meanwhile.
+    void hold(bool isHeld);
+
 private:
     int semaphore_ = -1;
     int segment_ = -1;
     void *address_ = nullptr;
+    bool isHeld_ = false;
 };

@@ -7,12 +7,17 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <sstream>
+
+namespace fs = std::filesystem;
 
 namespace {
 
 constexpr std::size_t longestQuote = 100;
 constexpr std::size_t chunkSamples = 1024; // of a clip
-constexpr std::size_t usualPayload = 640;
+constexpr double usualPayload = 640;
+constexpr double unchangedRatio = 2;
+constexpr std::uint64_t usualPeriod = 640;
 
 std::string seconds(Moment moment) {
     const std::string text = shownMoment(moment);
@@ -24,8 +29,9 @@ std::string quote(const std::string &text) {
 }
 
 bool isSaid(const LifeLog::Line &line, bool isRequest, const std::string &text) {
-    const bool isOfVoice = isRequest ? line.voice == Voice::tessel
-                                     : line.voice == Voice::daemon || line.voice == Voice::systemLog;
+    const bool isOfVoice = isRequest
+                               ? line.voice == Voice::tessel
+                               : line.voice == Voice::daemon || line.voice == Voice::systemLog;
     return isOfVoice && line.text.find(text) != std::string::npos;
 }
 
@@ -50,16 +56,34 @@ std::vector<std::int16_t> Hearing::after(Moment since) const {
     return all;
 }
 
+Awaited::Awaited(const Step &step, const std::filesystem::path &directory)
+    : sound_(step, directory),
+      ratio_(static_cast<std::uint64_t>(std::max(numberOf(step, "ratio", unchangedRatio), 1.0))),
+      payload_(static_cast<std::uint64_t>(std::max(numberOf(step, "payload", usualPayload), 1.0))),
+      length_(sound_.length() / payload_ * (payload_ * ratio_ / 2) +
+              sound_.length() % payload_ * ratio_ / 2),
+      kept_(sound_.law() ? usualPeriod + payload_ * ratio_ / 2 - 1 : 2 * chunkSamples + usualPeriod) {}
+
+// Of each pair of a record's samples the first is heard so often as half the ratio says, and the
+// second for the rest.
+std::uint64_t Awaited::indexOf(std::uint64_t frame) const {
+    const std::uint64_t ofRecord = payload_ * ratio_ / 2;
+    const std::uint64_t within = frame % ofRecord;
+    const std::uint64_t second = within % ratio_ < ratio_ / 2 ? 0 : 1;
+    return frame / ofRecord * payload_ + 2 * (within / ratio_) + second;
+}
+
 const Expectations::Kind Expectations::kinds[] = {
     {"log", &Expectations::checkLog},         {"never", &Expectations::checkNever},
     {"request", &Expectations::checkRequest}, {"gain", &Expectations::checkGain},
     {"sound", &Expectations::checkSound},     {"silence", &Expectations::checkSilence},
     {"exit", &Expectations::checkExit},       {"encoder", &Expectations::checkEncoder},
-    {"path", &Expectations::checkPath}};
+    {"output", &Expectations::checkOutput},   {"path", &Expectations::checkPath}};
 
 const Expectations::Kind *Expectations::kindOf(const Step &step) {
-    const auto *const found = std::find_if(std::begin(kinds), std::end(kinds),
-                                           [&](const Kind &kind) { return step.verb == kind.verb; });
+    const auto *const found =
+        std::find_if(std::begin(kinds), std::end(kinds),
+                     [&](const Kind &kind) { return step.verb == kind.verb; });
     return found != std::end(kinds) ? found : nullptr;
 }
 
@@ -101,8 +125,23 @@ void Expectations::judge(const Step &step, Check check) {
     }
 }
 
+// How many lines there are, if that is not what `times` says.
+std::optional<std::string> Expectations::miscounted(const Step &step, bool isRequest) const {
+    const Moment since = momentOf(numberOf(step, "since", 0));
+    const auto count =
+        std::count_if(log_.lines().begin(), log_.lines().end(), [&](const LifeLog::Line &line) {
+            return line.at >= since && isSaid(line, isRequest, step.object);
+        });
+    return std::to_string(count) == textOf(step, "times")
+               ? std::nullopt
+               : std::optional("there were " + std::to_string(count));
+}
+
 // With `within` the line has to come after the step's time.
 std::optional<std::string> Expectations::lineMissing(const Step &step, bool isRequest) const {
+    if (step.options.contains("times")) {
+        return miscounted(step, isRequest);
+    }
     const bool isLater = endOfStep(step) > step.at;
     const LifeLog::Line *last = nullptr;
     for (const LifeLog::Line &line : log_.lines()) {
@@ -147,23 +186,23 @@ std::optional<std::string> Expectations::checkGain(const Step &step) const {
 }
 
 std::optional<std::string> Expectations::checkSound(const Step &step) const {
-    const Sound sound(step, directory_);
+    const Awaited awaited(step, directory_);
     const std::vector<std::int16_t> heard = hearing_.after(momentOf(numberOf(step, "since", 0)));
     const std::uint64_t frames = heard.size() / 2;
-    const std::uint64_t kept = sound.law() ? usualPayload : 2 * chunkSamples;
-    const std::uint64_t all = sound.length() > kept ? sound.length() - kept : 0;
+    const std::uint64_t all = awaited.length() - std::min(awaited.kept(), awaited.length());
     const auto least = static_cast<std::uint64_t>(
         std::llround(numberOf(step, "least", static_cast<double>(all) / 8000) * 8000));
-    for (std::uint64_t i = 0; i < std::min(frames, sound.length()); ++i) {
-        if (heard[2 * i] != sound.sample(i) || heard[2 * i + 1] != sound.sample(i)) {
+    for (std::uint64_t i = 0; i < std::min(frames, awaited.length()); ++i) {
+        if (heard[2 * i] != awaited.left(i) || heard[2 * i + 1] != awaited.right(i)) {
             return "frame " + std::to_string(i) + " of " + std::to_string(frames) + " was " +
                    std::to_string(heard[2 * i]) + ", " + std::to_string(heard[2 * i + 1]) +
-                   " and should be " + std::to_string(sound.sample(i));
+                   " and should be " + std::to_string(awaited.left(i)) + ", " +
+                   std::to_string(awaited.right(i));
         }
     }
-    if (frames < least || frames > sound.length()) {
+    if (frames < least || frames > awaited.length()) {
         return std::to_string(frames) + " frames were heard, of at least " + std::to_string(least) +
-               " and at most " + std::to_string(sound.length());
+               " and at most " + std::to_string(awaited.length());
     }
     return std::nullopt;
 }
@@ -172,7 +211,8 @@ std::optional<std::string> Expectations::checkSilence(const Step &step) const {
     const Moment length = momentOf(std::strtod(step.object.c_str(), nullptr));
     const std::vector<std::int16_t> heard =
         hearing_.after(world_.now() - std::min(length, world_.now()));
-    const auto loud = std::count_if(heard.begin(), heard.end(), [](std::int16_t s) { return s != 0; });
+    const auto loud =
+        std::count_if(heard.begin(), heard.end(), [](std::int16_t s) { return s != 0; });
     return loud == 0 ? std::nullopt
                      : std::optional(std::to_string(loud) + " samples were not silent");
 }
@@ -190,12 +230,21 @@ std::optional<std::string> Expectations::checkEncoder(const Step &step) const {
     return count == step.object ? std::nullopt : std::optional("it was " + count);
 }
 
+std::optional<std::string> Expectations::checkOutput(const Step &step) const {
+    const char *const state = world_.registers().ao.enabled != 0 ? "open" : "closed";
+    return state == step.object ? std::nullopt : std::optional(std::string("it was ") + state);
+}
+
 std::optional<std::string> Expectations::checkPath(const Step &step) const {
-    const bool isThere = std::filesystem::exists(
-        std::filesystem::symlink_status(world_.dir().place(step.object)));
-    const std::string wanted = textOf(step, "is", "there");
-    if (isThere == (wanted == "there")) {
-        return std::nullopt;
+    const fs::path path = world_.dir().place(step.object);
+    const fs::file_status status = fs::symlink_status(path);
+    const char *const state = fs::exists(status) ? "there" : "gone";
+    if (textOf(step, "is", "there") != state) {
+        return std::string("it was ") + state;
     }
-    return std::string("it was ") + (isThere ? "there" : "gone");
+    std::ostringstream mode;
+    mode << std::oct << static_cast<unsigned>(status.permissions());
+    return textOf(step, "mode", mode.str()) == mode.str()
+               ? std::nullopt
+               : std::optional("its mode was " + mode.str());
 }

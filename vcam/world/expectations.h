@@ -3,6 +3,7 @@
 
 #include "vcam/world/life_log.h"
 #include "vcam/world/scenario.h"
+#include "vcam/world/sound.h"
 #include "vcam/world/world.h"
 
 #include <functional>
@@ -10,11 +11,33 @@
 #include <string>
 #include <vector>
 
+// What is heard of a sound, frame by frame, when all goes well.
+class Awaited {
+public:
+    // Of the sound that a step names. Throws a CameraError with the step's place.
+    Awaited(const Step &step, const std::filesystem::path &directory);
+
+    std::uint64_t length() const { return length_; } // frames
+    // What stays behind when nothing follows: frames that fill no period, and the last block.
+    std::uint64_t kept() const { return kept_; }
+    std::int16_t left(std::uint64_t frame) const { return sound_.leftSample(indexOf(frame)); }
+    std::int16_t right(std::uint64_t frame) const { return sound_.rightSample(indexOf(frame)); }
+
+private:
+    std::uint64_t indexOf(std::uint64_t frame) const;
+
+    Sound sound_;
+    std::uint64_t ratio_;   // times two
+    std::uint64_t payload_; // samples of a record
+    std::uint64_t length_;
+    std::uint64_t kept_;
+};
+
 // What was heard, with its times.
 class Hearing {
 public:
     struct Heard {
-        Moment at; // when it had been played
+        Moment at;                         // when it had been played
         std::vector<std::int16_t> samples; // both sides, interleaved
     };
 
@@ -68,8 +91,10 @@ private:
     std::optional<std::string> checkSilence(const Step &step) const;
     std::optional<std::string> checkExit(const Step &step) const;
     std::optional<std::string> checkEncoder(const Step &step) const;
+    std::optional<std::string> checkOutput(const Step &step) const;
     std::optional<std::string> checkPath(const Step &step) const;
     std::optional<std::string> lineMissing(const Step &step, bool isRequest) const;
+    std::optional<std::string> miscounted(const Step &step, bool isRequest) const;
     void judge(const Step &step, Check check);
 
     World &world_;

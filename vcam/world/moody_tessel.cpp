@@ -17,7 +17,8 @@ namespace {
 constexpr std::size_t requestRoom = 8192;
 constexpr int backlog = 16;
 constexpr std::size_t largestCrowd = 64;
-const std::string garbage(3000, '\xEE');
+// It begins as one that says that talk is on.
+const std::string garbage = '1' + std::string(3000, '\xEE');
 
 struct MoodName {
     Mood mood;

@@ -52,6 +52,9 @@ public:
     // What a setting is.
     std::optional<std::string> get(const std::string &key) const { return tessel_.get(key); }
 
+    // Keeps readers out of the snapshot, as one does who writes it; or lets them in again.
+    void holdSnapshot(bool isHeld) { snapshot_.hold(isHeld); }
+
     // Takes the requests that are there, and answers, now or by the agenda. `callers` grows when
     // the daemon calls. True: a reply is sent.
     bool serve(std::uint32_t callers, Moment now, Agenda &agenda);

@@ -127,7 +127,7 @@ private:
         }
         const std::uint32_t rates[] = {8000, 11025, 12000, 16000,      24000,
                                        4000, 0,     48000, 4294967295U};
-        const StreamRecord record = rateRecord(rates[below(std::size(rates))]);
+        const StreamRecord record = aacRecord(rates[below(std::size(rates))]);
         add(now_, "record", hexadecimal(record.data(), record.size()));
         add(now_ + 1 + fraction(10), "conf", "plain");
     }

@@ -9,37 +9,57 @@ namespace {
 
 struct Verb {
     std::string_view name;
-    std::string_view objects; // words by blanks; empty: any
+    std::string_view objects; // words by blanks; empty: any; #: a number
     std::string_view options;
 };
 
 constexpr Verb verbs[] = {
-    {"cast", "", "law seconds seed hertz payload fast"},
-    {"conf", "alaw ulaw plain", ""},
+    {"cast", "", "law seconds seed hertz payload extra fast bare"},
+    {"conf", "alaw ulaw plain aac amr", "rate"},
     {"record", "", ""},
-    {"clip", "", "seconds seed rate channels bits"},
+    {"clip", "", "seconds seed hertz rate channels bits sides"},
     {"stop", "clip", ""},
-    {"message", "", "type"},
+    {"message", "", "type size"},
     {"bytes", "", ""},
     {"talk", "on off", ""},
     {"set", "", "to"},
     {"signal", "TERM INT HUP KILL USR1 PIPE", ""},
-    {"fail", "", "nth result"},
+    {"fail", "", "nth times result"},
     {"tessel", "good slow silent garbage full gone", "delay"},
-    {"file", "", "text"},
+    {"snapshot", "held free", ""},
+    {"file", "", "text hex"},
     {"vanish", "", ""},
     {"video", "here gone", ""},
-    {"start", "daemon", ""},
-    {"log", "", "within"},
+    {"start", "daemon", "arguments"},
+    {"log", "", "within times since"},
     {"never", "", "since"},
-    {"request", "", "within"},
-    {"gain", "", "within"},
-    {"sound", "", "law seconds seed hertz since least"},
-    {"silence", "", ""},
-    {"exit", "", "within"},
-    {"encoder", "", "within"},
-    {"path", "", "is within"},
+    {"request", "", "within times since"},
+    {"gain", "#", "within"},
+    {"sound", "", "law seconds seed hertz since least ratio payload sides"},
+    {"silence", "#", ""},
+    {"exit", "#", "within"},
+    {"encoder", "#", "within"},
+    {"output", "open closed", "within"},
+    {"path", "", "is mode within"},
 };
+
+struct Option {
+    std::string_view name;
+    std::string_view words; // as the objects of verbs
+};
+
+constexpr Option checkedOptions[] = {{"within", "#"},      {"seconds", "#"},
+                                     {"delay", "#"},       {"since", "#"},
+                                     {"least", "#"},       {"seed", "#"},
+                                     {"hertz", "#"},       {"payload", "#"},
+                                     {"extra", "#"},       {"rate", "#"},
+                                     {"channels", "1 2"},  {"bits", "8 16"},
+                                     {"nth", "#"},         {"times", "#"},
+                                     {"type", "#"},        {"size", "#"},
+                                     {"ratio", "#"},       {"mode", "#"},
+                                     {"law", "alaw ulaw"}, {"fast", "yes no"},
+                                     {"bare", "yes no"},   {"sides", "alike apart crossed"},
+                                     {"is", "there gone"}};
 
 bool isWordOf(std::string_view words, std::string_view word) {
     for (std::size_t begin = 0; begin < words.size();) {
@@ -66,6 +86,24 @@ std::string allVerbs() {
     return names;
 }
 
+[[noreturn]] void refuse(const Step &step, const std::string &what) {
+    throw CameraError(shownPlace(step.place) + what);
+}
+
+// Holds a word against those that there are, or, of a number, against 0.
+void checkWord(const Step &step, const std::string &name, std::string_view words,
+               const std::string &word) {
+    if (words == "#") {
+        Step number = step;
+        number.options[name] = word;
+        if (numberOf(number, name, 0) < 0) {
+            refuse(step, name + " is never below 0");
+        }
+    } else if (!words.empty() && !isWordOf(words, word)) {
+        refuse(step, name + " takes one of: " + std::string(words) + ", not " + word);
+    }
+}
+
 } // namespace
 
 bool isVerb(const std::string &word) {
@@ -73,28 +111,22 @@ bool isVerb(const std::string &word) {
 }
 
 void checkStep(const Step &step) {
-    const auto fail = [&](const std::string &what) {
-        throw CameraError(shownPlace(step.place) + what);
-    };
     const Verb *const verb = findVerb(step.verb);
     if (verb == nullptr) {
-        fail("a step needs one of the verbs " + allVerbs());
-        return;
+        refuse(step, "a step needs one of the verbs " + allVerbs());
     }
-    if (!verb->objects.empty() && !isWordOf(verb->objects, step.object)) {
-        fail(step.verb + " takes one of: " + std::string(verb->objects) + ", not " + step.object);
-    }
+    checkWord(step, step.verb, verb->objects, step.object);
     for (const auto &[option, value] : step.options) {
         if (!isWordOf(verb->options, option)) {
-            fail(step.verb + " takes " +
-                 (verb->options.empty() ? "nothing else" : std::string(verb->options)) + ", not " +
-                 option);
+            refuse(step, step.verb + " takes " +
+                             (verb->options.empty() ? "nothing else" : std::string(verb->options)) +
+                             ", not " + option);
         }
     }
-    for (const char *option : {"within", "seconds", "delay", "since", "least", "seed", "hertz",
-                               "payload", "rate", "channels", "bits", "nth", "type"}) {
-        if (numberOf(step, option, 0) < 0) {
-            fail(std::string(option) + " is never below 0");
+    for (const Option &option : checkedOptions) {
+        const std::string name(option.name);
+        if (step.options.contains(name)) {
+            checkWord(step, name, option.words, textOf(step, name));
         }
     }
 }

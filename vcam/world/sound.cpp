@@ -54,7 +54,8 @@ Sound::Sound(const Step &step, const std::filesystem::path &directory)
             : step.object == "tone" ? Kind::tone
                                     : Kind::file),
       seed_(static_cast<std::uint64_t>(numberOf(step, "seed", 0))),
-      hertz_(numberOf(step, "hertz", usualHertz)), law_(lawOf(step)) {
+      hertz_(numberOf(step, "hertz", usualHertz)), law_(lawOf(step)),
+      sides_(textOf(step, "sides")) {
     length_ = static_cast<std::uint64_t>(
         std::llround(numberOf(step, "seconds", usualSeconds) * streamRate));
     if (kind_ == Kind::file) {
@@ -96,4 +97,12 @@ std::uint8_t Sound::lawByte(std::uint64_t index) const {
 
 std::int16_t Sound::sample(std::uint64_t index) const {
     return law_ ? decoding_[lawByte(index)] : plainSample(index);
+}
+
+std::int16_t Sound::leftSample(std::uint64_t index) const {
+    return static_cast<std::int16_t>(sides_ == "crossed" ? ~sample(index) : sample(index));
+}
+
+std::int16_t Sound::rightSample(std::uint64_t index) const {
+    return static_cast<std::int16_t>(sides_ == "apart" ? ~sample(index) : sample(index));
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 // Any sample of it can be asked for at any time, so that a day of it takes no memory.
@@ -28,6 +29,10 @@ public:
     // The sample that is heard.
     std::int16_t sample(std::uint64_t index) const;
 
+    // Those of the two sides: the same one, or one of them its negative.
+    std::int16_t leftSample(std::uint64_t index) const;
+    std::int16_t rightSample(std::uint64_t index) const;
+
 private:
     enum class Kind { file, noise, tone };
 
@@ -38,6 +43,7 @@ private:
     double hertz_;
     std::uint64_t length_ = 0;
     std::optional<Law> law_;
+    std::string sides_; // "apart": the right one is the negative; "crossed": the left one
     std::vector<std::uint8_t> encoding_; // law bytes of the 65536 samples
     std::vector<std::int16_t> decoding_; // samples of the 256 law bytes
     std::shared_ptr<const Samples> file_;

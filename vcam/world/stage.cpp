@@ -15,6 +15,7 @@
 #include <csignal>
 #include <iterator>
 #include <optional>
+#include <sstream>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -22,7 +23,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::uint64_t streamRate = 8000;
-constexpr std::size_t longestPayload = 16000;
+constexpr double longestPayload = 16000;
 
 [[noreturn]] void refuse(const Step &step, const std::string &what) {
     throw CameraError(shownPlace(step.place) + what);
@@ -35,10 +36,10 @@ int digitOf(char character) {
 }
 
 // The bytes that hexadecimal digits tell; blanks between them are for the reader.
-std::string bytesOf(const Step &step) {
+std::string bytesOf(const Step &step, const std::string &digits) {
     std::string bytes;
     int high = -1;
-    for (const char character : step.object) {
+    for (const char character : digits) {
         if (character == ' ') {
             continue;
         }
@@ -57,6 +58,11 @@ std::string bytesOf(const Step &step) {
     return bytes;
 }
 
+std::vector<std::string> wordsOf(const std::string &text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), {}};
+}
+
 struct SignalName {
     const char *name;
     int signal;
@@ -71,10 +77,23 @@ int signalNamed(const std::string &name) {
 }
 
 // The record that begins at a sample; the last of a sound is shorter.
-StreamRecord recordOf(const Sound &sound, std::uint64_t begin, std::uint64_t payload) {
-    std::vector<std::uint8_t> bytes(std::min(payload, sound.length() - begin));
+StreamRecord recordOf(const Stage::Casting &casting, std::uint64_t begin) {
+    const Sound &sound = *casting.sound;
+    std::vector<std::uint8_t> bytes(std::min(casting.payload, sound.length() - begin));
     std::generate(bytes.begin(), bytes.end(), [&] { return sound.lawByte(begin++); });
-    return audioRecord(bytes);
+    return audioRecord(bytes, casting.extra);
+}
+
+StreamRecord confOf(const Step &step) {
+    const auto rate = static_cast<std::uint32_t>(numberOf(step, "rate", streamRate));
+    if (step.object == "aac") {
+        return aacRecord(rate);
+    }
+    if (step.object == "amr") {
+        return amrRecord(rate);
+    }
+    return step.object == "plain" ? plainRecord()
+                                  : lawRecord(step.object == "alaw" ? Law::a : Law::u);
 }
 
 void writeClip(const fs::path &path, const Sound &sound, const Step &step) {
@@ -84,7 +103,10 @@ void writeClip(const fs::path &path, const Sound &sound, const Step &step) {
     SndfileHandle file(path.string(), SFM_WRITE, SF_FORMAT_WAV | format, channels, rate);
     Samples frames;
     for (std::uint64_t i = 0; i < sound.length(); ++i) {
-        frames.insert(frames.end(), static_cast<std::size_t>(channels), sound.sample(i));
+        frames.push_back(sound.leftSample(i));
+        if (channels == 2) {
+            frames.push_back(sound.rightSample(i));
+        }
     }
     const auto count = static_cast<sf_count_t>(frames.size());
     if (!file || file.write(frames.data(), count) != count) {
@@ -95,61 +117,59 @@ void writeClip(const fs::path &path, const Sound &sound, const Step &step) {
 } // namespace
 
 const Stage::Kind Stage::kinds[] = {
-    {"cast", &Stage::cast},     {"conf", &Stage::conf},     {"record", &Stage::record},
-    {"clip", &Stage::clip},     {"stop", &Stage::stop},     {"message", &Stage::message},
-    {"bytes", &Stage::bytes},   {"talk", &Stage::talk},     {"set", &Stage::set},
-    {"signal", &Stage::signal}, {"fail", &Stage::fail},     {"tessel", &Stage::tessel},
-    {"file", &Stage::file},     {"vanish", &Stage::vanish}, {"video", &Stage::video},
-    {"start", &Stage::start}};
+    {"cast", &Stage::cast},         {"conf", &Stage::conf},  {"record", &Stage::record},
+    {"clip", &Stage::clip},         {"stop", &Stage::stop},  {"message", &Stage::message},
+    {"bytes", &Stage::bytes},       {"talk", &Stage::talk},  {"set", &Stage::set},
+    {"signal", &Stage::signal},     {"fail", &Stage::fail},  {"tessel", &Stage::tessel},
+    {"snapshot", &Stage::snapshot}, {"file", &Stage::file},  {"vanish", &Stage::vanish},
+    {"video", &Stage::video},       {"start", &Stage::start}};
 
-Stage::Stage(World &world, fs::path directory)
-    : world_(world), directory_(std::move(directory)) {}
+Stage::Stage(World &world, fs::path directory) : world_(world), directory_(std::move(directory)) {}
 
 void Stage::act(const Step &step) {
-    const auto *const kind = std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind &one) {
-        return step.verb == one.verb;
-    });
+    const auto *const kind = std::find_if(std::begin(kinds), std::end(kinds),
+                                          [&](const Kind &one) { return step.verb == one.verb; });
     (this->*kind->deed)(step);
 }
 
 void Stage::cast(const Step &step) {
-    const auto sound = std::make_shared<const Sound>(step, directory_);
-    const auto payload = static_cast<std::uint64_t>(
-        std::clamp(numberOf(step, "payload", streamPayload), 1.0, double{longestPayload}));
-    world_.senders().sendRecord(lawRecord(*sound->law()));
+    const Casting casting = {
+        std::make_shared<const Sound>(step, directory_),
+        static_cast<std::uint64_t>(
+            std::clamp(numberOf(step, "payload", streamPayload), 1.0, longestPayload)),
+        static_cast<std::uint32_t>(std::min(numberOf(step, "extra", 0), longestPayload))};
+    if (textOf(step, "bare") != "yes") {
+        world_.senders().sendRecord(lawRecord(*casting.sound->law()));
+    }
     if (textOf(step, "fast") != "yes") {
-        castFrom(sound, 0, payload);
+        castFrom(casting, 0);
         return;
     }
     world_.senders().sendRecords(
-        [sound, payload, at = std::uint64_t{0}]() mutable -> std::optional<StreamRecord> {
-            if (at >= sound->length()) {
+        [casting, at = std::uint64_t{0}]() mutable -> std::optional<StreamRecord> {
+            if (at >= casting.sound->length()) {
                 return std::nullopt;
             }
-            const std::uint64_t begin = std::exchange(at, at + payload);
-            return recordOf(*sound, begin, payload);
+            return recordOf(casting, std::exchange(at, at + casting.payload));
         });
 }
 
 // Sends the record that begins at a sample, and the others each at its time.
-void Stage::castFrom(const std::shared_ptr<const Sound> &sound, std::uint64_t at,
-                     std::uint64_t payload) {
-    if (at >= sound->length()) {
+void Stage::castFrom(const Casting &casting, std::uint64_t at) {
+    if (at >= casting.sound->length()) {
         return;
     }
-    world_.senders().sendRecord(recordOf(*sound, at, payload));
-    world_.agenda().add(world_.now() + payload * nanosecondsPerSecond / streamRate,
-                        [=, this] { castFrom(sound, at + payload, payload); });
+    world_.senders().sendRecord(recordOf(casting, at));
+    world_.agenda().add(world_.now() + casting.payload * nanosecondsPerSecond / streamRate,
+                        [=, this] { castFrom(casting, at + casting.payload); });
 }
 
 void Stage::conf(const Step &step) {
-    world_.senders().sendRecord(step.object == "plain" ? plainRecord()
-                                                       : lawRecord(step.object == "alaw" ? Law::a
-                                                                                         : Law::u));
+    world_.senders().sendRecord(confOf(step));
 }
 
 void Stage::record(const Step &step) {
-    const std::string bytes = bytesOf(step);
+    const std::string bytes = bytesOf(step, step.object);
     world_.senders().sendRecord({bytes.begin(), bytes.end()});
 }
 
@@ -180,12 +200,14 @@ void Stage::stop(const Step & /*step*/) {
 }
 
 void Stage::message(const Step &step) {
+    std::string body = step.object;
+    body.resize(std::max(body.size(), static_cast<std::size_t>(numberOf(step, "size", 0))), ' ');
     world_.senders().sendMessage(framedMessage(
-        static_cast<std::uint32_t>(numberOf(step, "type", MESSAGE_TYPE_CONTROL)), step.object));
+        static_cast<std::uint32_t>(numberOf(step, "type", MESSAGE_TYPE_CONTROL)), body));
 }
 
 void Stage::bytes(const Step &step) {
-    world_.senders().sendMessage(bytesOf(step));
+    world_.senders().sendMessage(bytesOf(step, step.object));
 }
 
 void Stage::talk(const Step &step) {
@@ -203,9 +225,13 @@ void Stage::signal(const Step &step) {
 void Stage::fail(const Step &step) {
     const std::uint32_t code = faultCode(step.object);
     const auto nth = static_cast<std::uint32_t>(numberOf(step, "nth", 1));
+    const auto times = static_cast<std::uint32_t>(numberOf(step, "times", 1));
     const auto result = static_cast<std::int32_t>(numberOf(step, "result", -1));
-    if (code == 0 || nth == 0 || !boardFail(world_.registers(), code, nth, result)) {
-        refuse(step, "no such call or driver command can be made to fail: " + step.object);
+    // A fault counts on only when none before it has come: those of one count come in a row.
+    for (std::uint32_t i = 0; i < times; ++i) {
+        if (code == 0 || nth == 0 || !boardFail(world_.registers(), code, nth, result)) {
+            refuse(step, "no such call or driver command can be made to fail: " + step.object);
+        }
     }
 }
 
@@ -213,10 +239,14 @@ void Stage::tessel(const Step &step) {
     world_.tessel().setMood(*moodNamed(step.object), momentOf(numberOf(step, "delay", 1)));
 }
 
+void Stage::snapshot(const Step &step) {
+    world_.tessel().holdSnapshot(step.object == "held");
+}
+
 void Stage::file(const Step &step) {
     const fs::path path = world_.dir().place(step.object);
     fs::create_directories(path.parent_path());
-    writeFile(path, textOf(step, "text"));
+    writeFile(path, textOf(step, "text") + bytesOf(step, textOf(step, "hex")));
 }
 
 void Stage::vanish(const Step &step) {
@@ -233,6 +263,10 @@ void Stage::video(const Step &step) {
     }
 }
 
-void Stage::start(const Step & /*step*/) {
-    world_.startDaemon();
+void Stage::start(const Step &step) {
+    if (step.options.contains("arguments")) {
+        world_.startDaemon(wordsOf(textOf(step, "arguments")));
+    } else {
+        world_.startDaemon();
+    }
 }

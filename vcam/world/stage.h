@@ -9,10 +9,18 @@
 
 class Stage {
 public:
+    // How a sound is made into records.
+    struct Casting {
+        std::shared_ptr<const Sound> sound;
+        std::uint64_t payload; // bytes of a record
+        std::uint32_t extra;   // of further header in front of it
+    };
+
     // `directory`: that files are named from.
     Stage(World &world, std::filesystem::path directory);
 
-    // Carries out a step that is no expectation. Throws a CameraError with its place when it cannot.
+    // Carries out a step that is no expectation. Throws a CameraError with its place when it
+    // cannot.
     void act(const Step &step);
 
 private:
@@ -35,13 +43,14 @@ private:
     void signal(const Step &step);
     void fail(const Step &step);
     void tessel(const Step &step);
+    void snapshot(const Step &step);
     void file(const Step &step);
     void vanish(const Step &step);
     void video(const Step &step);
     void start(const Step &step);
 
     std::string placeClip(const Step &step);
-    void castFrom(const std::shared_ptr<const Sound> &sound, std::uint64_t at, std::uint64_t payload);
+    void castFrom(const Casting &casting, std::uint64_t at);
 
     World &world_;
     std::filesystem::path directory_;

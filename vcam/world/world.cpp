@@ -81,6 +81,10 @@ void World::say(Voice voice, const std::string &line) {
 }
 
 void World::startDaemon() {
+    startDaemon({"-c", dir_.configFile().string(), "-p", voxoPidPath});
+}
+
+void World::startDaemon(const std::vector<std::string> &arguments) {
     if (isDaemonAlive()) {
         return;
     }
@@ -89,12 +93,12 @@ void World::startDaemon() {
     }
     signals_.clear();
     registers().world.turn = turnOfDaemon;
-    daemon_.start(commandOn(target_, {target_.voxoFile(), "-c", dir_.configFile().string(), "-p",
-                                      voxoPidPath}),
-                  [&] {
-                      enterBoard(dir_, target_, failingCalls_);
-                      output_.redirect();
-                  });
+    std::vector<std::string> command = {target_.voxoFile()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    daemon_.start(commandOn(target_, command), [&] {
+        enterBoard(dir_, target_, failingCalls_);
+        output_.redirect();
+    });
     output_.daemonStarted(daemon_.pid());
 }
 

@@ -17,6 +17,7 @@
 #include <deque>
 #include <span>
 #include <string>
+#include <vector>
 
 // Who says a line of the log.
 enum class Voice { daemon, systemLog, tessel, world };
@@ -58,8 +59,10 @@ public:
     BoardRegisters &registers() { return board_.registers(); }
     const CameraDir &dir() const { return dir_; }
 
-    // Starts the daemon, unless it runs. Throws when the board does not load into it.
+    // Starts the daemon, unless it runs, with the camera's configuration and a PID file or with
+    // arguments of the caller's. Throws when the board does not load into it.
     void startDaemon();
+    void startDaemon(const std::vector<std::string> &arguments);
     // It is handled where the daemon waits; SIGKILL ends it there.
     void signalDaemon(int signal);
     bool isDaemonAlive() const { return daemon_.pid() != 0; }
