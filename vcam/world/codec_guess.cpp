@@ -41,28 +41,41 @@ CodecGuess::State CodecGuess::taken(State state, std::span<const std::uint8_t> r
 
 void CodecGuess::announced(std::span<const std::uint8_t> record) {
     before_ = after_;
-    after_.clear();
-    for (const State &state : before_) {
-        addOnce(after_, taken(state, record));
-    }
+    last_.assign(record.begin(), record.end());
+    isDoubted_ = false;
+    update();
 }
 
 void CodecGuess::doubted() {
+    isDoubted_ = true;
     for (const State &state : before_) {
         addOnce(after_, state);
     }
 }
 
-void CodecGuess::clipPlayed(std::uint32_t rate) {
-    for (std::vector<State> *const states : {&before_, &after_}) {
-        for (State &state : *states) {
-            state.rate = rate;
-        }
+void CodecGuess::update() {
+    after_.clear();
+    for (const State &state : before_) {
+        addOnce(after_, taken(state, last_));
+    }
+    if (isDoubted_) {
+        doubted();
+    }
+}
+
+void CodecGuess::clipPlayed(std::uint32_t rate, bool isOnItsWay) {
+    for (State &state : isOnItsWay ? before_ : after_) {
+        state.rate = rate;
+    }
+    if (isOnItsWay) {
+        update();
     }
 }
 
 void CodecGuess::reset() {
     before_ = after_ = {{}};
+    last_.clear();
+    isDoubted_ = false;
 }
 
 std::vector<PayloadFormat> CodecGuess::formats() const {

@@ -24,7 +24,8 @@ public:
     void doubted();
 
     // The rate of a clip holds for the stream as well when codec information comes that tells none.
-    void clipPlayed(std::uint32_t rate);
+    // `isOnItsWay`: what was announced last may come after it.
+    void clipPlayed(std::uint32_t rate, bool isOnItsWay);
 
     // A new daemon.
     void reset();
@@ -41,6 +42,10 @@ private:
 
     static State taken(State state, std::span<const std::uint8_t> record);
 
+    void update();
+
     std::vector<State> before_ = {{}}; // the last announcement
     std::vector<State> after_ = {{}};  // it
+    std::vector<std::uint8_t> last_;   // its record
+    bool isDoubted_ = false;
 };

@@ -177,7 +177,7 @@ void SoundPromise::take(std::span<const std::int16_t> heard, std::size_t carried
             return;
         }
         run = mark;
-        if (resume(ahead)) {
+        if (resume(ahead) || beginOtherwise(ahead)) {
             continue;
         }
         if (at > 0 || carried == 0) {
@@ -207,6 +207,20 @@ bool SoundPromise::resume(std::span<const std::int16_t> ahead) {
         }
     }
     return false;
+}
+
+// A few samples of a block have been heard, by which its format was guessed: takes another.
+bool SoundPromise::beginOtherwise(std::span<const std::int16_t> ahead) {
+    if (offset_ == 0 || offset_ >= mark) {
+        return false;
+    }
+    const std::size_t heard = std::exchange(offset_, 0);
+    std::vector<std::int16_t> again(current_.begin(),
+                                    current_.begin() + static_cast<std::ptrdiff_t>(heard));
+    again.insert(again.end(), ahead.begin(), ahead.end());
+    const bool isFound = resume(again);
+    offset_ = heard;
+    return isFound;
 }
 
 // How many of the first blocks must not be lost.

@@ -23,7 +23,9 @@ public:
 
     // A chunk of a clip is being written; it has been, and the clip is of this rate.
     void chunk(Moment now, std::vector<std::int16_t> samples);
-    void chunkWritten(std::uint32_t rate) { codec_.clipPlayed(rate); }
+    void chunkWritten(std::uint32_t rate) {
+        codec_.clipPlayed(rate, isLastCodec_ && !lastTakenAt_);
+    }
 
     // Both sides of what was heard, interleaved.
     void heard(std::span<const std::int32_t> samples, std::uint32_t channels);
@@ -59,6 +61,7 @@ private:
     bool isSettled(Moment now) const;
     bool isNext(std::span<const std::int16_t> ahead) const;
     bool resume(std::span<const std::int16_t> ahead);
+    bool beginOtherwise(std::span<const std::int16_t> ahead);
 
     std::function<void(const std::string &sentence)> broken_;
     std::deque<Block> blocks_;            // not yet heard to their ends
