@@ -5,7 +5,7 @@
 #include "vcam/world/end_request.h"
 #include "vcam/world/life_log.h"
 #include "vcam/world/replay_world.h"
-#include "vcam/world/trace_life.h"
+#include "vcam/world/trace_scenario.h"
 
 #include <cstdio>
 #include <iostream>
@@ -68,7 +68,8 @@ int replay(const CameraDir &dir, const Target &target, const ReplayOptions &opti
     const TraceLife life(options.trace);
     if (!options.scenario.empty()) {
         const std::filesystem::path file = std::filesystem::absolute(options.scenario);
-        writeScenario(life.scenario(file.parent_path()), file);
+        std::filesystem::create_directories(file.parent_path());
+        writeScenario(scenarioOf(life, file.parent_path()), file);
         std::cout << "vcam: written to " << options.scenario << std::endl;
         return 0;
     }

@@ -67,11 +67,11 @@ StreamRecord hostileRecord(std::mt19937 &random) {
         byte = static_cast<std::uint8_t>(random());
     }
     if (record.size() >= recordBody) {
-        // Audio of a size that is not there, or with more header than size.
+        // Audio of a size that is not there, with more header than size, or neither.
         const auto size = static_cast<std::uint32_t>(record.size());
         setRecordWord(record.data(), recordSizeWord, random() % 2 == 0 ? size + 1 : size);
         setRecordWord(record.data(), recordTypeWord, codeG711);
-        setRecordWord(record.data(), recordExtraWord, size);
+        setRecordWord(record.data(), recordExtraWord, random() % 2 == 0 ? size : 0);
     }
     return record;
 }

@@ -26,5 +26,5 @@ StreamRecord audioRecord(std::span<const std::uint8_t> payload, std::uint32_t ex
 // A record of a type that the daemon passes over.
 StreamRecord unknownRecord();
 
-// A datagram that is no record: empty, short, too long, or with sizes that lie.
+// A datagram of noise: empty, short, too long, with sizes that lie, or, now and then, right.
 StreamRecord hostileRecord(std::mt19937 &random);

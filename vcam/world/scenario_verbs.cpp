@@ -27,7 +27,7 @@ constexpr Verb verbs[] = {
     {"fail", "", "nth times result"},
     {"tessel", "good slow silent garbage full gone", "delay"},
     {"snapshot", "held free", ""},
-    {"file", "", "text hex"},
+    {"file", "", "text hex from"},
     {"vanish", "", ""},
     {"video", "here gone", ""},
     {"start", "daemon", "arguments"},

@@ -243,15 +243,28 @@ void Stage::snapshot(const Step &step) {
     world_.tessel().holdSnapshot(step.object == "held");
 }
 
+// Where a path of the camera is; others are this PC's and not to be touched.
+fs::path Stage::placeOfFile(const Step &step) const {
+    if (!isCameraPath(step.object.c_str())) {
+        refuse(step, step.object + " is no path of the camera, as those in /var/run are");
+    }
+    return world_.dir().place(step.object);
+}
+
 void Stage::file(const Step &step) {
-    const fs::path path = world_.dir().place(step.object);
+    const fs::path path = placeOfFile(step);
     fs::create_directories(path.parent_path());
-    writeFile(path, textOf(step, "text") + bytesOf(step, textOf(step, "hex")));
+    const std::string from = textOf(step, "from");
+    if (from.empty()) {
+        writeFile(path, textOf(step, "text") + bytesOf(step, textOf(step, "hex")));
+    } else if (!fs::copy_file(directory_ / from, path, fs::copy_options::overwrite_existing)) {
+        refuse(step, "cannot copy " + from);
+    }
 }
 
 void Stage::vanish(const Step &step) {
     std::error_code ignored;
-    fs::remove(world_.dir().place(step.object), ignored);
+    fs::remove(placeOfFile(step), ignored);
 }
 
 void Stage::video(const Step &step) {

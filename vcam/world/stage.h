@@ -49,6 +49,7 @@ private:
     void video(const Step &step);
     void start(const Step &step);
 
+    std::filesystem::path placeOfFile(const Step &step) const;
     std::string placeClip(const Step &step);
     void castFrom(const Casting &casting, std::uint64_t at);
 

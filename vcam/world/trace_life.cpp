@@ -3,11 +3,8 @@
 #include "vcam/board/answers.h"
 #include "vcam/camera/camera.h"
 #include "vcam/camera/camera_paths.h"
-#include "vcam/camera/text_file.h"
 
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -16,9 +13,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr Moment afterLife = nanosecondsPerSecond;
-constexpr char twoWayKey[] = "status_onlinenum_sip";
 
 // Appends bytes behind what there is, and returns where.
 std::uint32_t append(std::string &bytes, std::span<const std::uint8_t> more) {
@@ -53,17 +47,6 @@ std::string completed(const std::string &beginning, const std::string &path) {
             path + ", and it is not on this PC (VOXO_TRACE_CLIP=BYTES takes more of a clip)");
     }
     return whole;
-}
-
-const char *nameOfSignal(std::uint32_t signal) {
-    switch (signal) {
-    case SIGTERM:
-        return "TERM";
-    case SIGINT:
-        return "INT";
-    default:
-        return "HUP";
-    }
 }
 
 } // namespace
@@ -120,58 +103,4 @@ std::string TraceLife::contentsOf(std::size_t opened) const {
         }
     }
     return contents.size() < whole ? completed(contents, records_[opened].text()) : contents;
-}
-
-Scenario TraceLife::scenario(const fs::path &directory) const {
-    Scenario scenario;
-    scenario.about = "A recorded life.";
-    std::string talk = "off";
-    bool isAsked = false;
-    int files = 0;
-    const auto add = [&](const TraceRecord &record, const std::string &verb,
-                         const std::string &object) -> Step & {
-        return scenario.steps.emplace_back(Step{timeOf(record), verb, object, {}});
-    };
-    for (std::size_t i = 0; i < records_.size(); ++i) {
-        const TraceRecord &record = records_[i];
-        const std::string bytes = hexadecimal(record.data.data(), record.data.size());
-        switch (record.kind()) {
-        case TraceKind::datagram:
-            if (record.call.result >= 0) {
-                add(record, "record", bytes);
-            }
-            break;
-        case TraceKind::message:
-            if (record.call.result > 0) {
-                add(record, "bytes", bytes);
-            }
-            break;
-        case TraceKind::signal:
-            add(record, "signal", nameOfSignal(record.call.argument));
-            break;
-        case TraceKind::request:
-            isAsked = record.text().find(twoWayKey) != std::string::npos;
-            break;
-        case TraceKind::reply: {
-            const std::string now = std::atoi(record.text().c_str()) == 1 ? "on" : "off";
-            if (isAsked && record.call.result > 0 && now != talk) {
-                // Before the question: what was read last is what brought it.
-                scenario.steps.insert(scenario.steps.end() - 1,
-                                      {timeOf(record), "talk", talk = now, {}});
-            }
-            break;
-        }
-        case TraceKind::open:
-            if (opensFile(record) && record.call.result >= 0) {
-                const fs::path file = directory / ("file-" + std::to_string(++files));
-                writeFile(file, contentsOf(i));
-                add(record, "file", record.text()).options["from"] = file.filename().string();
-            }
-            break;
-        default:
-            break;
-        }
-    }
-    scenario.until = timeOf(records_.back()) + afterLife;
-    return scenario;
 }

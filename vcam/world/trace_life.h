@@ -2,7 +2,6 @@
 #pragma once
 
 #include "vcam/trace/trace_reader.h"
-#include "vcam/world/scenario.h"
 #include "vcam/world/virtual_clock.h"
 
 #include <filesystem>
@@ -29,9 +28,6 @@ public:
 
     // Whether a record opened a file that is neither device nor FIFO.
     static bool opensFile(const TraceRecord &record);
-
-    // The same life as a scenario. The files that were read go to `directory`.
-    Scenario scenario(const std::filesystem::path &directory) const;
 
 private:
     std::vector<TraceRecord> records_;
