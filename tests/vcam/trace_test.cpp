@@ -1,9 +1,13 @@
 #include "tests/support/camera_process.h"
+#include "tests/support/driver_commands.h"
 #include "tests/wav/wav_bytes.h"
 #include "vcam/camera/camera.h"
 #include "vcam/trace/trace_reader.h"
 
 #include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
 
 namespace {
 
@@ -24,18 +28,26 @@ std::vector<std::string> traced(const std::string &script, const std::string &fi
     return {"/bin/sh", "-c", begin + script, underTest("lib/libvcam_trace.so"), file, argument};
 }
 
-// Behind a sanitizer's library and in front of the board's, the library sees all that is played.
+// A daemon on a camera, behind a sanitizer's library and in front of the board's, whose life goes
+// to `file`.
+void startTraced(Child &daemon, const CameraProcess &camera, const std::string &file,
+                 const std::string &out) {
+    const std::string script = R"(board=${LD_PRELOAD##*:}; set -- "$2"
+        LD_PRELOAD=${LD_PRELOAD%"$board"}/proc/self/fd/9:$board
+        exec "$1" -c "$VCAM_DIR/voxo.xml" -p /var/run/voxo.pid)";
+    std::vector<std::string> command = traced(script, file, underTest("bin/voxo"));
+    command.insert(command.begin(), {vcamPath(), "--dir", camera.dir(), "exec"});
+    start(daemon, command, out, out);
+    eventually([&] { return contentsOf(out).find("initialized!") != std::string::npos; });
+}
+
+// The library sees all that is played.
 TEST(Trace, HoldsWhatTheDaemonPlayed) {
     const CameraProcess camera({"--bare", "--fast"});
     const TemporaryFile file("");
     const TemporaryFile out("");
-    const std::string script = R"(board=${LD_PRELOAD##*:}
-        LD_PRELOAD=${LD_PRELOAD%"$board"}/proc/self/fd/9:$board exec "$2" -c "$VCAM_DIR/voxo.xml")";
-    std::vector<std::string> command = traced(script, file.path(), underTest("bin/voxo"));
-    command.insert(command.begin(), {vcamPath(), "--dir", camera.dir(), "exec"});
     Child daemon;
-    start(daemon, command, out.path(), out.path());
-    eventually([&] { return contentsOf(out.path()).find("initialized!") != std::string::npos; });
+    startTraced(daemon, camera, file.path(), out.path());
     camera.expectPlaysSpeech();
     const TemporaryFile clip(riff(fmtChunk({.channels = 2}) + chunk("data", samples(20000))));
     EXPECT_EQ(0, camera.vcam({"clip", "start", clip.path()}).status); // its sides differ
@@ -88,6 +100,65 @@ TEST(Trace, NamesTheDamagedByte) {
             EXPECT_NE(std::string::npos, std::string(error.what()).find(" at byte " + place));
         }
     }
+}
+
+// Makes the n-th answer to a command another one.
+void changeAnswer(const std::string &file, std::uint32_t command, int n) {
+    TraceReader reader(file);
+    std::uint64_t begin = reader.position();
+    for (std::optional<TraceRecord> record; n > 0 && (record = reader.next());) {
+        if (record->kind() == TraceKind::command && record->call.argument == command && --n == 0) {
+            std::fstream bytes(file, std::ios::in | std::ios::out | std::ios::binary);
+            bytes.seekp(static_cast<std::streamoff>(begin + sizeof(TraceHeader)));
+            bytes.put('\x05');
+        }
+        begin = reader.position();
+    }
+}
+
+// A life is lived again as it was, and a driver that answers otherwise is found out.
+TEST(Replay, ComparesEachCommand) {
+    const CameraProcess camera({"--bare", "--fast"});
+    const TemporaryFile file("");
+    const TemporaryFile out("");
+    Child daemon;
+    startTraced(daemon, camera, file.path(), out.path());
+    const auto says = [&](const char *text) {
+        return eventually([&] { return contentsOf(out.path()).find(text) != std::string::npos; });
+    };
+    camera.expectPlaysSpeech();
+    const TemporaryFile clip(riff(fmtChunk({}) + chunk("data", samples(20000))));
+    EXPECT_EQ(0, camera.vcam({"clip", "start", clip.path()}).status);
+    EXPECT_TRUE(says("to the end"));
+    EXPECT_EQ(0, camera.vcam({"set", "audioout_c0_volume", "30"}).status);
+    EXPECT_TRUE(says("dwVolume = 30"));
+    EXPECT_EQ(0, camera.vcam({"talk", "on"}).status);
+    EXPECT_EQ(0, camera.vcam({"clip", "start", clip.path()}).status);
+    EXPECT_TRUE(says("2-way audio in progress"));
+    kill(daemon.pid(), SIGTERM);
+    EXPECT_EQ(0, waitFor(daemon)) << contentsOf(out.path());
+
+    const TemporaryDirectory dir;
+    const auto vcam = [&](std::vector<std::string> command) {
+        command.insert(command.begin(), {vcamPath(), "--dir", dir.path() / "camera"});
+        return runProgram(command);
+    };
+    const Finished same = vcam({"replay", file.path()});
+    EXPECT_NE(std::string::npos, same.out.find(" 0 differences")) << same.out << same.err;
+    EXPECT_EQ(0, same.status);
+    const std::string scenario = dir.path() / "life.yaml";
+    EXPECT_EQ(0, vcam({"replay", file.path(), "--scenario", scenario}).status);
+    const Finished played = vcam({"play", scenario});
+    EXPECT_EQ(0, played.status) << played.err;
+    const std::string life = contentsOf(dir.path() / "camera/life.log");
+    EXPECT_NE(std::string::npos, life.find("talk: on"));
+    EXPECT_NE(std::string::npos, life.find("======= Audio Clip Start"));
+
+    changeAnswer(file.path(), driverCommand::aoSend, 20);
+    const Finished other = vcam({"replay", file.path()});
+    EXPECT_NE(std::string::npos, other.out.find("the first difference is at command"))
+        << other.out << other.err;
+    EXPECT_EQ(1, other.status);
 }
 
 } // namespace

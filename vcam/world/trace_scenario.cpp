@@ -93,9 +93,13 @@ private:
     void takeReply(const TraceRecord &record) {
         const std::string now = std::atoi(record.text().c_str()) == 1 ? "on" : "off";
         if (asksTwoWay_ && record.call.result > 0 && now != talk_) {
-            const std::size_t last = scenario_.steps.size() - (scenario_.steps.empty() ? 0 : 1);
-            add(record, "talk", talk_ = now);
-            std::swap(scenario_.steps[last], scenario_.steps.back());
+            talk_ = now;
+            Step talk = {TraceLife::timeOf(record), "talk", now, {}, {}};
+            auto place = scenario_.steps.end();
+            if (!scenario_.steps.empty()) {
+                talk.at = (--place)->at;
+            }
+            scenario_.steps.insert(place, std::move(talk));
         }
     }
 
