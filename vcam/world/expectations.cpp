@@ -62,7 +62,8 @@ Awaited::Awaited(const Step &step, const std::filesystem::path &directory)
       payload_(static_cast<std::uint64_t>(std::max(numberOf(step, "payload", usualPayload), 1.0))),
       length_(sound_.length() / payload_ * (payload_ * ratio_ / 2) +
               sound_.length() % payload_ * ratio_ / 2),
-      kept_(sound_.law() ? usualPeriod + payload_ * ratio_ / 2 - 1 : 2 * chunkSamples + usualPeriod) {}
+      kept_(sound_.law() ? usualPeriod + payload_ * ratio_ / 2 - 1
+                         : 2 * chunkSamples + usualPeriod) {}
 
 // Of each pair of a record's samples the first is heard so often as half the ratio says, and the
 // second for the rest.

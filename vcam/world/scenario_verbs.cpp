@@ -30,6 +30,7 @@ constexpr Verb verbs[] = {
     {"file", "", "text hex"},
     {"vanish", "", ""},
     {"video", "here gone", ""},
+    {"speaker", "stuck playing", ""},
     {"start", "daemon", "arguments"},
     {"log", "", "within times since"},
     {"never", "", "since"},
