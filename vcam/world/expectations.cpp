@@ -62,7 +62,8 @@ Awaited::Awaited(const Step &step, const std::filesystem::path &directory)
       payload_(static_cast<std::uint64_t>(std::max(numberOf(step, "payload", usualPayload), 1.0))),
       length_(sound_.length() / payload_ * (payload_ * ratio_ / 2) +
               sound_.length() % payload_ * ratio_ / 2),
-      kept_(sound_.law() ? usualPeriod + payload_ * ratio_ / 2 - 1 : 2 * chunkSamples + usualPeriod) {}
+      kept_(sound_.law() ? usualPeriod + payload_ * ratio_ / 2 - 1
+                         : 2 * chunkSamples + usualPeriod) {}
 
 // Of each pair of a record's samples the first is heard so often as half the ratio says, and the
 // second for the rest.
@@ -179,7 +180,8 @@ std::optional<std::string> Expectations::checkGain(const Step &step) const {
     const Register(&volume)[2] = world_.registers().acodec.volume;
     const std::string left = std::to_string(volume[0]);
     const std::string right = std::to_string(volume[1]);
-    if (left == step.object && right == step.object) {
+    const std::string side = textOf(step, "side");
+    if ((side == "right" || left == step.object) && (side == "left" || right == step.object)) {
         return std::nullopt;
     }
     return "it was " + left + " left, " + right + " right";
@@ -231,8 +233,14 @@ std::optional<std::string> Expectations::checkEncoder(const Step &step) const {
 }
 
 std::optional<std::string> Expectations::checkOutput(const Step &step) const {
-    const char *const state = world_.registers().ao.enabled != 0 ? "open" : "closed";
-    return state == step.object ? std::nullopt : std::optional(std::string("it was ") + state);
+    const AoRegisters &ao = world_.registers().ao;
+    const char *const state = ao.enabled != 0 ? "open" : "closed";
+    if (state != step.object) {
+        return std::string("it was ") + state;
+    }
+    const std::string volume = std::to_string(static_cast<std::int32_t>(ao.volumeDb.load()));
+    return textOf(step, "volume", volume) == volume ? std::nullopt
+                                                    : std::optional("its volume was " + volume);
 }
 
 std::optional<std::string> Expectations::checkPath(const Step &step) const {

@@ -146,8 +146,8 @@ std::string shownStep(const Step &step) {
 }
 
 std::string shownScenario(const Scenario &scenario) {
-    std::string text = "about: " + quoted(scenario.about) + "\nuntil: " +
-                       shownSeconds(scenario.until) +
+    std::string text = "about: " + quoted(scenario.about) +
+                       "\nuntil: " + shownSeconds(scenario.until) +
                        (scenario.checksPromises ? "\npromises: yes" : "") + "\nsteps:\n";
     for (const Step &step : scenario.steps) {
         text.append("  - ").append(shownStep(step)).append("\n");

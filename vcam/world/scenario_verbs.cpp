@@ -30,16 +30,17 @@ constexpr Verb verbs[] = {
     {"file", "", "text hex from"},
     {"vanish", "", ""},
     {"video", "here gone", ""},
+    {"speaker", "stuck playing", ""},
     {"start", "daemon", "arguments"},
     {"log", "", "within times since"},
     {"never", "", "since"},
     {"request", "", "within times since"},
-    {"gain", "#", "within"},
+    {"gain", "#", "side within"},
     {"sound", "", "law seconds seed hertz since least ratio payload sides"},
     {"silence", "#", ""},
     {"exit", "#", "within"},
     {"encoder", "#", "within"},
-    {"output", "open closed", "within"},
+    {"output", "open closed", "volume within"},
     {"path", "", "is mode within"},
 };
 
@@ -59,7 +60,7 @@ constexpr Option checkedOptions[] = {{"within", "#"},      {"seconds", "#"},
                                      {"ratio", "#"},       {"mode", "#"},
                                      {"law", "alaw ulaw"}, {"fast", "yes no"},
                                      {"bare", "yes no"},   {"sides", "alike apart crossed"},
-                                     {"is", "there gone"}};
+                                     {"is", "there gone"}, {"side", "left right"}};
 
 bool isWordOf(std::string_view words, std::string_view word) {
     for (std::size_t begin = 0; begin < words.size();) {

@@ -1,5 +1,5 @@
-// The verbs of scenarios: which there are and what goes with each. docs/scenarios.md tells what they
-// do; a verb's deed is in stage.cpp, or its check in expectations.cpp.
+// The verbs of scenarios: which there are and what goes with each. docs/scenarios.md tells what
+// they do; a verb's deed is in stage.cpp, or its check in expectations.cpp.
 #pragma once
 
 #include "vcam/world/scenario.h"

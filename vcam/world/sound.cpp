@@ -92,7 +92,8 @@ std::uint8_t Sound::lawByte(std::uint64_t index) const {
     if (kind_ == Kind::noise) {
         return static_cast<std::uint8_t>(noiseWord(seed_, index / 8) >> index % 8 * 8);
     }
-    return encoding_[static_cast<std::size_t>(plainSample(index) + sampleCount / 2)];
+    const int place = plainSample(index) + sampleCount / 2;
+    return encoding_[static_cast<std::size_t>(place)];
 }
 
 std::int16_t Sound::sample(std::uint64_t index) const {

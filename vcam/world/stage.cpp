@@ -117,12 +117,12 @@ void writeClip(const fs::path &path, const Sound &sound, const Step &step) {
 } // namespace
 
 const Stage::Kind Stage::kinds[] = {
-    {"cast", &Stage::cast},         {"conf", &Stage::conf},  {"record", &Stage::record},
-    {"clip", &Stage::clip},         {"stop", &Stage::stop},  {"message", &Stage::message},
-    {"bytes", &Stage::bytes},       {"talk", &Stage::talk},  {"set", &Stage::set},
-    {"signal", &Stage::signal},     {"fail", &Stage::fail},  {"tessel", &Stage::tessel},
-    {"snapshot", &Stage::snapshot}, {"file", &Stage::file},  {"vanish", &Stage::vanish},
-    {"video", &Stage::video},       {"start", &Stage::start}};
+    {"cast", &Stage::cast},         {"conf", &Stage::conf},       {"record", &Stage::record},
+    {"clip", &Stage::clip},         {"stop", &Stage::stop},       {"message", &Stage::message},
+    {"bytes", &Stage::bytes},       {"talk", &Stage::talk},       {"set", &Stage::set},
+    {"signal", &Stage::signal},     {"fail", &Stage::fail},       {"tessel", &Stage::tessel},
+    {"snapshot", &Stage::snapshot}, {"file", &Stage::file},       {"vanish", &Stage::vanish},
+    {"video", &Stage::video},       {"speaker", &Stage::speaker}, {"start", &Stage::start}};
 
 Stage::Stage(World &world, fs::path directory) : world_(world), directory_(std::move(directory)) {}
 
@@ -273,6 +273,12 @@ void Stage::video(const Step &step) {
         writePidFile(path, getpid());
     } else {
         fs::remove(path);
+    }
+}
+
+void Stage::speaker(const Step &step) {
+    for (AoChannelRegisters &channel : world_.registers().ao.channels) {
+        channel.paused = step.object == "stuck" ? 1 : 0;
     }
 }
 

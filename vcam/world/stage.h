@@ -47,6 +47,7 @@ private:
     void file(const Step &step);
     void vanish(const Step &step);
     void video(const Step &step);
+    void speaker(const Step &step);
     void start(const Step &step);
 
     std::filesystem::path placeOfFile(const Step &step) const;
