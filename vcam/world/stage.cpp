@@ -178,8 +178,7 @@ std::string Stage::placeClip(const Step &step) {
     if (step.object.starts_with('/')) {
         return step.object;
     }
-    const std::string location =
-        std::string(clipsPath) + "/clip-" + std::to_string(++clips_) + ".wav";
+    std::string location = std::string(clipsPath) + "/clip-" + std::to_string(++clips_) + ".wav";
     const fs::path path = world_.dir().place(location);
     fs::create_directories(path.parent_path());
     if (step.object == "noise" || step.object == "tone") {
