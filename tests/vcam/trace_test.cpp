@@ -154,7 +154,7 @@ TEST(Replay, ComparesEachCommand) {
     EXPECT_NE(std::string::npos, life.find("[play to the end of the file]"));
     EXPECT_NE(std::string::npos, life.find("2-way audio in progress"));
 
-    changeAnswer(file.path(), driverCommand::aoSend, 20);
+    changeAnswer(file.path(), driverCommand::aoSend, 3);
     const Finished other = vcam({"replay", file.path()});
     EXPECT_NE(std::string::npos, other.out.find("the first difference is at command"))
         << other.out << other.err;

@@ -49,6 +49,7 @@ private:
     void watch();
     void checkRequest(const std::string &line);
     void checkSoundComes();
+    bool hasClips() const;
     void checkGain();
     void checkEnd(int status);
     void checkFlat();

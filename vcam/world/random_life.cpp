@@ -37,7 +37,7 @@ public:
         }
         std::stable_sort(scenario_.steps.begin(), scenario_.steps.end(),
                          [](const Step &a, const Step &b) { return a.at < b.at; });
-        return std::move(scenario_);
+        return scenario_;
     }
 
 private:

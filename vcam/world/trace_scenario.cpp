@@ -38,7 +38,7 @@ public:
         }
         endMessage();
         scenario_.until = TraceLife::timeOf(life_.records().back()) + afterLife;
-        return std::move(scenario_);
+        return scenario_;
     }
 
 private:
