@@ -3,8 +3,6 @@
 
 #include "base/shown.h"
 
-#include <cstdint>
-
 // The place a report names: an operation and its line. As the default argument of a check it is the
 // place of the check's caller.
 struct CallSite {

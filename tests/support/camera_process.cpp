@@ -1,6 +1,5 @@
 #include "tests/support/camera_process.h"
 
-#include "vcam/camera/camera.h"
 #include "vcam/camera/text_file.h"
 
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 // A virtual camera run by a test: the real programs, in processes of their own.
 #pragma once
 
-#include "tests/support/redirect.h"
+#include "tests/support/temporary.h"
 #include "vcam/camera/child.h"
 
 #include <chrono>

@@ -1,6 +1,5 @@
 // The board's output and its DAC, in time that a test makes.
 #include "tests/support/temporary.h"
-#include "vcam/board/ao_queue.h"
 #include "vcam/board/devices.h"
 #include "vcam/speaker/dac.h"
 #include "vcam/speaker/wav_recording.h"
@@ -8,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 

@@ -4,8 +4,6 @@
 #include "base/unique_fd.h"
 #include "vcam/camera/camera.h"
 
-#include <string>
-
 // Holds the directory for this process alone, for as long as the descriptor is open. Only a
 // directory of its own is a camera's: files are made and removed in it. Throws when it cannot be
 // had.

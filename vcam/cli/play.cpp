@@ -1,7 +1,6 @@
 #include "vcam/cli/lives.h"
 
 #include "vcam/world/life.h"
-#include "vcam/world/life_log.h"
 
 #include <chrono>
 #include <cstdio>

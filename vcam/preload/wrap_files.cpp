@@ -10,8 +10,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 namespace {
 
 int openPath(int dirFd, const char *path, int flags, mode_t mode) {

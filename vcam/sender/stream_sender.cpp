@@ -12,7 +12,6 @@
 #include <cstring>
 #include <iostream>
 #include <thread>
-#include <vector>
 
 namespace {
 

@@ -10,9 +10,7 @@
 #include <sys/shm.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <ctime>
 #include <utility>

@@ -3,7 +3,6 @@
 
 #include "vcam/trace/trace_reader.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <ostream>
 #include <string>

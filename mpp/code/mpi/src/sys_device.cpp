@@ -1,7 +1,7 @@
 #include "mpp/code/mpi/src/sys_device.h"
 
 #include "mpp/code/lazy_device.h"
-#include "mpp/include/mpp_sys.h"
+#include "mpp/include/mpp_errors.h"
 
 #include <fcntl.h>
 

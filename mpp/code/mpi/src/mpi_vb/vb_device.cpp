@@ -1,7 +1,7 @@
 #include "mpp/code/mpi/src/mpi_vb/vb_device.h"
 
 #include "mpp/code/lazy_device.h"
-#include "mpp/include/mpp_vb.h"
+#include "mpp/include/mpp_errors.h"
 
 #include <fcntl.h>
 

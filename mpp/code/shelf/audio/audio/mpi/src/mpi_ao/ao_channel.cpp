@@ -4,6 +4,7 @@
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_dump.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_engine.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 #include "mpp/device/device.h"
 #include "mpp/include/mpp_bind.h"
 #include "mpp/include/mpp_vb.h"

@@ -1,7 +1,6 @@
 // The channel records.
 #pragma once
 
-#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 #include "mpp/include/mpp_ao.h"
 
 #include <pthread.h>

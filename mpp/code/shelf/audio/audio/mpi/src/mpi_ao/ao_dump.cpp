@@ -2,6 +2,7 @@
 
 #include "base/unique_file.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 #include "mpp/device/device.h"
 
 #include <unistd.h>

@@ -1,7 +1,5 @@
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_engine.h"
 
-#include "base/unique_memory.h"
-
 #include <algorithm>
 #include <cstring>
 

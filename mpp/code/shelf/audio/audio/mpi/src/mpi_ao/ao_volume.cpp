@@ -1,6 +1,7 @@
 // What changes the sound without sending any: volume, mute, clearing; and the channel's state.
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_circle.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_operation.h"
+#include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_record.h"
 #include "mpp/code/shelf/audio/audio/mpi/src/mpi_ao/ao_vqe.h"
 
 namespace {
