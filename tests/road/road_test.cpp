@@ -1,6 +1,7 @@
 // The whole road on the virtual camera: the real daemon, from a datagram to the loudspeaker.
 #include "tests/support/camera_process.h"
 #include "tests/wav/wav_bytes.h"
+#include "vcam/camera/camera.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 #include "tests/support/camera_process.h"
 
+#include "vcam/camera/camera.h"
 #include "vcam/camera/text_file.h"
 
 #include <fcntl.h>

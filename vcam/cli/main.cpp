@@ -174,6 +174,47 @@ void addReplay(CLI::App &app, ReplayOptions &options, std::function<int()> &comm
     sub->callback([&] { command = [&] { return replay(CameraDir(dir), target, options); }; });
 }
 
+void addTune(CLI::App &app, std::uint32_t &argument, std::function<int()> &command,
+             const std::string &dir) {
+    CLI::App *const tuneCommand = app.add_subcommand("tune", "Ask for an audio tuning run");
+    tuneCommand->add_option("argument", argument, "Handed to the tuning library");
+    tuneCommand->callback([&] { command = [&] { return tune(CameraDir(dir), argument); }; });
+}
+
+void addShows(CLI::App &app, std::function<int()> &command, const std::string &dir) {
+    app.add_subcommand("status", "Show the board's registers and the settings")->callback([&] {
+        command = [&] { return showStatus(CameraDir(dir)); };
+    });
+    app.add_subcommand("log", "Show the requests to the settings daemon")->callback([&] {
+        command = [&] { return showLog(CameraDir(dir)); };
+    });
+}
+
+void addExec(CLI::App &app, std::function<int()> &command, const std::string &dir,
+             const Target &target) {
+    CLI::App *const exec =
+        app.add_subcommand("exec", "Run a program of yours on the camera's board");
+    exec->fallthrough(false)->prefix_command();
+    exec->callback([&, exec] {
+        command = [&, exec] { return execOnCamera(CameraDir(dir), target, exec->remaining()); };
+    });
+}
+
+// What the commands are given.
+struct Arguments {
+    RunOptions run;
+    CastOptions cast;
+    std::string clipFile;
+    SetOptions set;
+    std::string talkState;
+    std::string traceFile;
+    std::uint32_t tuneArgument = 0;
+    PlayOptions play;
+    SimOptions sim;
+    SweepOptions sweep;
+    ReplayOptions replay;
+};
+
 int run(int argc, char **argv) {
     CLI::App app(
         "A camera on a PC: the board, the settings daemon and the loudspeaker around voxo");
@@ -185,54 +226,22 @@ int run(int argc, char **argv) {
     Target target;
     addTarget(app, target);
     app.fallthrough();
+
+    Arguments arguments;
     std::function<int()> command;
-
-    RunOptions runOptions;
-    addRun(app, runOptions, command, dir, target);
-    CastOptions castOptions;
-    addCast(app, castOptions, command, dir);
-    std::string clipFile;
-    addClip(app, clipFile, command, dir);
-
-    SetOptions setOptions;
-    addSet(app, setOptions, command, dir);
-    std::string talkState;
-    addTalk(app, talkState, command, dir);
-
-    app.add_subcommand("status", "Show the board's registers and the settings")->callback([&] {
-        command = [&] { return showStatus(CameraDir(dir)); };
-    });
-    app.add_subcommand("log", "Show the requests to the settings daemon")->callback([&] {
-        command = [&] { return showLog(CameraDir(dir)); };
-    });
-
-    std::string traceFile;
-    addTrace(app, traceFile, command);
-
-    PlayOptions playOptions;
-    addPlay(app, playOptions, command, dir, target);
-
-    SimOptions simOptions;
-    addSim(app, simOptions, command, target);
-
-    ReplayOptions replayOptions;
-    addReplay(app, replayOptions, command, dir, target);
-    SweepOptions sweepOptions;
-    addSweep(app, sweepOptions, command, target);
-
-    std::uint32_t argument = 0;
-    CLI::App *const tuneCommand = app.add_subcommand("tune", "Ask for an audio tuning run");
-    tuneCommand->add_option("argument", argument, "Handed to the tuning library");
-    tuneCommand->callback([&] { command = [&] { return tune(CameraDir(dir), argument); }; });
-
-    std::vector<std::string> program;
-    CLI::App *const exec =
-        app.add_subcommand("exec", "Run a program of yours on the camera's board");
-    exec->fallthrough(false)->prefix_command();
-    exec->callback([&] {
-        command = [&, exec] { return execOnCamera(CameraDir(dir), target, exec->remaining()); };
-    });
-
+    addRun(app, arguments.run, command, dir, target);
+    addCast(app, arguments.cast, command, dir);
+    addClip(app, arguments.clipFile, command, dir);
+    addSet(app, arguments.set, command, dir);
+    addTalk(app, arguments.talkState, command, dir);
+    addShows(app, command, dir);
+    addTune(app, arguments.tuneArgument, command, dir);
+    addExec(app, command, dir, target);
+    addPlay(app, arguments.play, command, dir, target);
+    addSim(app, arguments.sim, command, target);
+    addSweep(app, arguments.sweep, command, target);
+    addTrace(app, arguments.traceFile, command);
+    addReplay(app, arguments.replay, command, dir, target);
     CLI11_PARSE(app, argc, argv);
     return command();
 }

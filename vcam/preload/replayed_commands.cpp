@@ -76,7 +76,7 @@ void noteDifference(ReplayRegisters &replay, std::uint32_t command, const void *
     replay.command = command;
     replay.hasOtherPeriod = hasOtherPeriod ? 1 : 0;
     replay.recordSize = static_cast<std::uint32_t>(size);
-    if (size > 0) {
+    if (record != nullptr) {
         std::memcpy(replay.record, record, size);
     }
 }
@@ -115,10 +115,10 @@ void compareWithRecorded(ReplayRegisters &replay, std::uint32_t command, const v
         record != nullptr ? static_cast<std::uint32_t>(commandRecordSize(command)) : 0;
     if (answer == nullptr || answer->command != command || answer->size != size ||
         !holds(answer->before, size) ||
-        !isSameRecord(command, static_cast<const unsigned char *>(record), file + answer->before,
-                      size)) {
+        (size > 0 && !isSameRecord(command, static_cast<const unsigned char *>(record),
+                                   file + answer->before, size))) {
         noteDifference(replay, command, record, false);
-    } else if (answer->sideSize > 0 && !isSamePeriod(*answer, record)) {
+    } else if (record != nullptr && answer->sideSize > 0 && !isSamePeriod(*answer, record)) {
         noteDifference(replay, command, record, true);
     }
 }

@@ -46,25 +46,9 @@ public:
     }
 
 private:
-    void onLine(Moment now, Voice voice, const std::string &line) override {
-        log_.add(now, voice, line);
-        if (promises_) {
-            promises_->onLine(voice, line);
-        }
-    }
-
+    void onLine(Moment now, Voice voice, const std::string &line) override;
     void onSound(Moment now, const PlayFormat &format,
-                 std::span<const std::int32_t> samples) override {
-        sound_.add(&now, sizeof now);
-        sound_.add(samples.data(), samples.size_bytes());
-        expectations_.hear(now, format, samples);
-        if (promises_) {
-            promises_->onSound(format, samples);
-        }
-        if (speaker_) {
-            speaker_->play(format, samples);
-        }
-    }
+                 std::span<const std::int32_t> samples) override;
 
     void onRecord(Moment /*now*/, const WorldSenders::Record &record) override {
         ++records_;
@@ -179,6 +163,25 @@ private:
     Moment failedAt_ = 0;
     std::vector<std::string> failures_;
 };
+
+void Life::onLine(Moment now, Voice voice, const std::string &line) {
+    log_.add(now, voice, line);
+    if (promises_) {
+        promises_->onLine(voice, line);
+    }
+}
+
+void Life::onSound(Moment now, const PlayFormat &format, std::span<const std::int32_t> samples) {
+    sound_.add(&now, sizeof now);
+    sound_.add(samples.data(), samples.size_bytes());
+    expectations_.hear(now, format, samples);
+    if (promises_) {
+        promises_->onSound(format, samples);
+    }
+    if (speaker_) {
+        speaker_->play(format, samples);
+    }
+}
 
 } // namespace
 

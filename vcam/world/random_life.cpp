@@ -28,8 +28,8 @@ public:
     }
 
     Scenario make() {
-        for (double start = 0; start < end_; start += restartEvery) {
-            add(start, "start", "daemon");
+        for (int i = 0; i * restartEvery < end_; ++i) {
+            add(i * restartEvery, "start", "daemon");
         }
         while (now_ < end_ - quietEnd) {
             event();

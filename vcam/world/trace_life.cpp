@@ -40,7 +40,7 @@ Answer answerOf(const TraceRecord &record, std::string &bytes) {
 // A file of which a trace holds the beginning only, if it is on this PC as well.
 std::string completed(const std::string &beginning, const std::string &path) {
     std::ifstream in(path, std::ios::binary);
-    const std::string whole{std::istreambuf_iterator<char>(in), {}};
+    std::string whole{std::istreambuf_iterator<char>(in), {}};
     if (!whole.starts_with(beginning)) {
         throw CameraError(
             "the trace holds only the first " + std::to_string(beginning.size()) + " bytes of " +
