@@ -50,25 +50,9 @@ private:
     void onSound(Moment now, const PlayFormat &format,
                  std::span<const std::int32_t> samples) override;
 
-    void onRecord(Moment /*now*/, const WorldSenders::Record &record) override {
-        ++records_;
-        if (promises_) {
-            promises_->onRecord(record);
-        }
-    }
-
-    void onRecordTaken(Moment now) override {
-        if (promises_) {
-            promises_->onRecordTaken(now);
-        }
-    }
-
-    void onDaemonEnd(Moment /*now*/, int status) override {
-        expectations_.daemonEnded(status);
-        if (promises_) {
-            promises_->onDaemonEnd(status);
-        }
-    }
+    void onRecord(Moment now, const WorldSenders::Record &record) override;
+    void onRecordTaken(Moment now) override;
+    void onDaemonEnd(Moment now, int status) override;
 
     std::function<void(const std::string &sentence)> failing() {
         return [this](const std::string &sentence) { fail(sentence); };
@@ -180,6 +164,26 @@ void Life::onSound(Moment now, const PlayFormat &format, std::span<const std::in
     }
     if (speaker_) {
         speaker_->play(format, samples);
+    }
+}
+
+void Life::onRecord(Moment /*now*/, const WorldSenders::Record &record) {
+    ++records_;
+    if (promises_) {
+        promises_->onRecord(record);
+    }
+}
+
+void Life::onRecordTaken(Moment now) {
+    if (promises_) {
+        promises_->onRecordTaken(now);
+    }
+}
+
+void Life::onDaemonEnd(Moment /*now*/, int status) {
+    expectations_.daemonEnded(status);
+    if (promises_) {
+        promises_->onDaemonEnd(status);
     }
 }
 
