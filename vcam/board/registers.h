@@ -193,10 +193,10 @@ constexpr std::uint32_t replayRecordRoom = 0x4000;
 // A daemon's commands beside those of an earlier life, whose answers it is given (answers.h).
 struct ReplayRegisters {
     Register isOn;
-    Register issued;     // commands
-    Register differsAt;  // the number of the first that differs, from 1 on; 0: none does
-    Register command;    // that was issued there,
-    Register recordSize; // and its record
+    Register issued;         // commands
+    Register differsAt;      // the number of the first that differs, from 1 on; 0: none does
+    Register command;        // that was issued there,
+    Register recordSize;     // and its record
     Register hasOtherPeriod; // 1: it is the same, but not the period that it hands over
     std::uint8_t record[replayRecordRoom];
 };

@@ -82,8 +82,8 @@ public:
     void live(Moment end);
 
 protected:
-    // What happens while the daemon waits until `deadline`, or looks whether something has come. Time
-    // passes in the former.
+    // What happens while the daemon waits until `deadline`, or looks whether something has come.
+    // Time passes in the former.
     virtual void letDaemonWait(Moment deadline);
     virtual void letDaemonLook() { carryOutDue(); }
 
