@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 constexpr auto hangPatience = std::chrono::seconds(30); // of the wall's clock, at one go
 constexpr Moment endPatience = 60 * nanosecondsPerSecond;
 constexpr std::uint64_t lookAtDaemon = 2 * nanosecondsPerMillisecond;
-constexpr std::uint64_t mostTurns = 5'000'000; // at one moment
+constexpr std::uint64_t mostTurns = 200'000; // at one moment
 
 // The clock does not begin at 0, which stands for "never" in places.
 constexpr Moment switchedOn = nanosecondsPerSecond;
