@@ -11,37 +11,37 @@ constexpr std::size_t wordOf(std::size_t offset) {
     return offset / sizeof(std::uint32_t);
 }
 
-} // namespace
-
-bool isCallersAddress(std::uint32_t command, std::size_t word) {
+// Whether a command's record is that of a block of memory, or of a range of one.
+bool isAboutBlock(std::uint32_t command) {
     switch (command) {
-    case AO_CMD_SEND:
-        return word - wordOf(offsetof(AoSendRecord, frame.virAddr)) < 2;
     case MMZ_CMD_ALLOC:
     case MMZ_CMD_FREE:
     case MMZ_CMD_MAP:
     case MMZ_CMD_MAP_CACHED:
     case MMZ_CMD_UNMAP:
     case MMZ_CMD_LOOK_UP:
-        return word == wordOf(offsetof(MmzBlockRecord, virt));
-    case MMZ_CMD_FLUSH_RANGE:
-    case SYS_CMD_FLUSH_CACHE:
-        return word == wordOf(offsetof(MmzRangeRecord, virt));
+        return true;
     default:
         return false;
     }
 }
 
+bool isAboutRange(std::uint32_t command) {
+    return command == MMZ_CMD_FLUSH_RANGE || command == SYS_CMD_FLUSH_CACHE;
+}
+
+} // namespace
+
+bool isCallersAddress(std::uint32_t command, std::size_t word) {
+    if (command == AO_CMD_SEND) {
+        return word - wordOf(offsetof(AoSendRecord, frame.virAddr)) < 2;
+    }
+    return (isAboutBlock(command) && word == wordOf(offsetof(MmzBlockRecord, virt))) ||
+           (isAboutRange(command) && word == wordOf(offsetof(MmzRangeRecord, virt)));
+}
+
 bool isAboutMemory(std::uint32_t command) {
     switch (command) {
-    case MMZ_CMD_ALLOC:
-    case MMZ_CMD_FREE:
-    case MMZ_CMD_MAP:
-    case MMZ_CMD_MAP_CACHED:
-    case MMZ_CMD_UNMAP:
-    case MMZ_CMD_LOOK_UP:
-    case MMZ_CMD_FLUSH_RANGE:
-    case SYS_CMD_FLUSH_CACHE:
     case VB_CMD_CREATE_POOL:
     case VB_CMD_GET_BLOCK:
     case VB_CMD_RELEASE_BLOCK:
@@ -50,6 +50,6 @@ bool isAboutMemory(std::uint32_t command) {
     case VB_CMD_POOL_INFO:
         return true;
     default:
-        return false;
+        return isAboutBlock(command) || isAboutRange(command);
     }
 }
