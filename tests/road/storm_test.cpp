@@ -1,7 +1,6 @@
 // Daemons that come and go at the worst moments. Each leaves on the camera what the next one finds.
 #include "tests/support/camera_process.h"
 #include "tests/support/random.h"
-#include "vcam/camera/text_file.h"
 #include "vcam/sender/stream_sender.h"
 
 #include <gtest/gtest.h>
@@ -50,16 +49,6 @@ void expectGoodDaemon(const CameraProcess &camera) {
     EXPECT_EQ(0, daemon.end(SIGTERM));
 }
 
-TEST(Storm, StartsAndEndsAHundredTimes) {
-    const CameraProcess camera(bare);
-    for (int i = 0; i < 100; ++i) {
-        Daemon daemon(camera);
-        ASSERT_TRUE(daemon.isReady()) << i;
-        ASSERT_EQ(0, daemon.end(i % 2 == 0 ? SIGTERM : SIGINT)) << i;
-    }
-    expectGoodDaemon(camera);
-}
-
 TEST(Storm, EndsAtAnyMomentOfItsStart) {
     const CameraProcess camera(bare);
     Random random;
@@ -68,50 +57,6 @@ TEST(Storm, EndsAtAnyMomentOfItsStart) {
         std::this_thread::sleep_for(milliseconds(random.below(250)));
         const int status = daemon.end(SIGTERM); // it is taken from the open output on
         EXPECT_TRUE(status == 0 || status == 128 + SIGTERM) << status;
-    }
-    expectGoodDaemon(camera);
-}
-
-TEST(Storm, EndsInTheMiddleOfWhateverItDoes) {
-    const CameraProcess camera({"--bare"});
-    const pid_t cameraPid = readPidFile(camera.place(encoderPidPath)).value_or(0);
-    ASSERT_GT(cameraPid, 0);
-    const auto startClip = [&](const Daemon &daemon, const char *until) {
-        EXPECT_EQ(0, camera.vcam({"clip", "start", speech}).status);
-        EXPECT_TRUE(daemon.says(until));
-    };
-    const std::function<void(const Daemon &)> moments[] = {
-        [&](const Daemon &) { // more records than the output has room for
-            StreamSender sender(CameraDir(camera.dir()));
-            for (int i = 0; i < 34; ++i) {
-                sender.sendPayload(std::vector<std::uint8_t>(streamPayload, 0x11));
-            }
-        },
-        [&](const Daemon &daemon) { startClip(daemon, "= Audio Clip Start ="); },
-        [&](const Daemon &daemon) { startClip(daemon, "[play to the end of the file]"); },
-        [&](const Daemon &daemon) { // the settings daemon does not answer
-            kill(cameraPid, SIGSTOP);
-            startClip(daemon, "Get start!!");
-            std::this_thread::sleep_for(milliseconds(200));
-        }};
-    for (const auto &reach : moments) {
-        Daemon daemon(camera);
-        ASSERT_TRUE(daemon.isReady());
-        reach(daemon);
-        EXPECT_EQ(0, daemon.end(SIGTERM));
-        kill(cameraPid, SIGCONT);
-    }
-}
-
-TEST(Storm, StartsOnWhatAKilledDaemonLeft) {
-    const CameraProcess camera(bare);
-    for (int i = 0; i < 3; ++i) {
-        Daemon daemon(camera);
-        ASSERT_TRUE(daemon.isReady());
-        EXPECT_EQ(0, camera.vcam({"cast", speech, "--fast"}).status);
-        EXPECT_EQ(128 + SIGKILL, daemon.end(SIGKILL));
-        EXPECT_EQ("yes", camera.status("device enabled"));
-        EXPECT_TRUE(std::filesystem::exists(camera.place(voxoPidPath)));
     }
     expectGoodDaemon(camera);
 }
