@@ -127,7 +127,9 @@ void World::advanceTo(Moment moment) {
 bool World::isChanged() const {
     const BoardRegisters &all = const_cast<World *>(this)->board_.registers();
     const std::uint32_t word = all.world.word;
-    return word != 0 && reinterpret_cast<const Register *>(&all)[word] != all.world.seen;
+    constexpr std::size_t words = sizeof all / sizeof(Register);
+    return word != 0 && word < words &&
+           reinterpret_cast<const Register *>(&all)[word] != all.world.seen;
 }
 
 // True: something that may concern the daemon has happened.
