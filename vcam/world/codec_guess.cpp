@@ -3,6 +3,7 @@
 #include "src/voxo/stream_record.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -20,6 +21,9 @@ void addOnce(std::vector<Value> &values, const Value &value) {
 CodecGuess::State CodecGuess::taken(State state, std::span<const std::uint8_t> record) {
     const auto has = [&](std::uint32_t word) { return record.size() >= word + sizeof word; };
     const auto wordAt = [&](std::uint32_t word) { return recordWord(record.data(), word); };
+    if (!has(recordCodecWord)) {
+        return state;
+    }
     const std::uint32_t codec = wordAt(recordCodecWord);
     const std::uint32_t last = codec == codeG711  ? g711FlagWord
                                : codec == codeAac ? aacRateWord
@@ -40,17 +44,21 @@ CodecGuess::State CodecGuess::taken(State state, std::span<const std::uint8_t> r
 }
 
 void CodecGuess::announced(std::span<const std::uint8_t> record) {
+    earlier_ = std::move(before_);
     before_ = after_;
     last_.assign(record.begin(), record.end());
     isDoubted_ = false;
     update();
 }
 
-void CodecGuess::doubted() {
+void CodecGuess::doubted(bool alsoPrevious) {
     isDoubted_ = true;
-    for (const State &state : before_) {
-        addOnce(after_, state);
+    if (alsoPrevious) {
+        for (const State &state : earlier_) {
+            addOnce(before_, state);
+        }
     }
+    update();
 }
 
 void CodecGuess::update() {
@@ -59,7 +67,9 @@ void CodecGuess::update() {
         addOnce(after_, taken(state, last_));
     }
     if (isDoubted_) {
-        doubted();
+        for (const State &state : before_) {
+            addOnce(after_, state);
+        }
     }
 }
 
@@ -73,7 +83,7 @@ void CodecGuess::clipPlayed(std::uint32_t rate, bool isOnItsWay) {
 }
 
 void CodecGuess::reset() {
-    before_ = after_ = {{}};
+    earlier_ = before_ = after_ = {{}};
     last_.clear();
     isDoubted_ = false;
 }

@@ -20,8 +20,8 @@ public:
     // Codec information has been sent; what was sent before it has been dealt with.
     void announced(std::span<const std::uint8_t> record);
 
-    // It may have been lost, and may not.
-    void doubted();
+    // It may have been lost, and may not; or the one before it as well.
+    void doubted(bool alsoPrevious);
 
     // The rate of a clip holds for the stream as well when codec information comes that tells none.
     // `isOnItsWay`: what was announced last may come after it.
@@ -44,8 +44,9 @@ private:
 
     void update();
 
-    std::vector<State> before_ = {{}}; // the last announcement
-    std::vector<State> after_ = {{}};  // it
-    std::vector<std::uint8_t> last_;   // its record
+    std::vector<State> earlier_ = {{}}; // before the last announcement but one,
+    std::vector<State> before_ = {{}};  // before the last one,
+    std::vector<State> after_ = {{}};   // and after it
+    std::vector<std::uint8_t> last_;    // its record
     bool isDoubted_ = false;
 };

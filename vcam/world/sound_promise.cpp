@@ -87,6 +87,7 @@ void SoundPromise::sent(Moment now, std::span<const std::uint8_t> record) {
     } else if (record.size() >= recordBody &&
                recordWord(record.data(), recordTypeWord) == codeConf) {
         codec_.announced(record);
+        formerCodecTakenAt_ = codecTakenAt_;
         ++codecs_;
         isLastCodec_ = true;
     }
@@ -269,7 +270,8 @@ void SoundPromise::lastMayBeLost(Moment now) {
     }
     const bool isCodecDoubted = isLastCodec_ || now <= codecTakenAt_ + longestDealing;
     if (isCodecDoubted) {
-        codec_.doubted();
+        codec_.doubted(isLastCodec_ ? now <= codecTakenAt_ + longestDealing
+                                    : now <= formerCodecTakenAt_ + longestDealing);
     }
     const std::size_t first = blocks_.size() - std::min<std::size_t>(blocks_.size(), 2);
     for (std::size_t i = first; i < blocks_.size(); ++i) {

@@ -72,6 +72,7 @@ private:
     unsigned codecs_ = 0;               // that have been announced
     std::optional<Moment> lastTakenAt_; // of what was sent last
     bool isLastCodec_ = false;          // which is codec information
-    Moment codecTakenAt_ = 0;           // of the last that was
+    Moment codecTakenAt_ = 0;           // of the last that was,
+    Moment formerCodecTakenAt_ = 0;     // and of the one before it
     bool isBroken_ = false;             // until the next restart: one breach brings others
 };
