@@ -153,6 +153,7 @@ TEST(Replay, ComparesEachCommand) {
     const std::string life = contentsOf(dir.path() / "camera/life.log");
     EXPECT_NE(std::string::npos, life.find("[play to the end of the file]"));
     EXPECT_NE(std::string::npos, life.find("2-way audio in progress"));
+    EXPECT_NE(std::string::npos, life.find("dwVolume = 30"));
 
     const std::string whole = contentsOf(file.path());
     const TemporaryFile half(whole.substr(0, whole.size() / 2));
