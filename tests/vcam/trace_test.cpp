@@ -153,6 +153,13 @@ TEST(Replay, ComparesEachCommand) {
     const std::string life = contentsOf(dir.path() / "camera/life.log");
     EXPECT_NE(std::string::npos, life.find("[play to the end of the file]"));
     EXPECT_NE(std::string::npos, life.find("2-way audio in progress"));
+    EXPECT_NE(std::string::npos, life.find("dwVolume = 30"));
+
+    const std::string whole = contentsOf(file.path());
+    const TemporaryFile half(whole.substr(0, whole.size() / 2));
+    const Finished begun = vcam({"replay", half.path()});
+    EXPECT_NE(std::string::npos, begun.out.find(" 0 differences up to")) << begun.out << begun.err;
+    EXPECT_EQ(0, begun.status);
 
     changeAnswer(file.path(), driverCommand::aoSend, 3);
     const Finished other = vcam({"replay", file.path()});

@@ -15,7 +15,7 @@ constexpr auto endPatience = std::chrono::seconds(5);
 // Tells the daemon of a new volume, as the camera's settings daemon does. Before it has written its
 // PID file it takes no signals.
 void signalVolume(const CameraDir &dir, const std::string &key) {
-    if (key != "audioout_c0_volume") {
+    if (key != volumeSetting) {
         return;
     }
     if (const std::optional<int> pid = readPidFile(dir.place(voxoPidPath))) {

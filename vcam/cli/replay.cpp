@@ -78,6 +78,8 @@ int replay(const CameraDir &dir, const Target &target, const ReplayOptions &opti
         printDifference(life, report);
         return 1;
     }
-    std::cout << "vcam: " << report.issued << " driver commands, 0 differences" << std::endl;
+    std::cout << "vcam: " << report.issued << " driver commands, 0 differences"
+              << (life.isWhole() ? "" : " up to where the trace ends, before the daemon does")
+              << std::endl;
     return 0;
 }

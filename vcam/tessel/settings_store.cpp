@@ -9,7 +9,7 @@ constexpr int aliasLimit = 16;
 SettingsStore SettingsStore::ofCamera() {
     SettingsStore store;
     store.set("capability_audio_audioclip", "1");
-    store.set("audioout_c0_volume", "80");
+    store.set(volumeSetting, "80");
     store.set("status_onlinenum_sip", "0");
     store.set("status_audioclip_playing", "0");
     return store;

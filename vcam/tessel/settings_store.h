@@ -5,6 +5,9 @@
 #include <optional>
 #include <string>
 
+// The daemon hears of a change of this one by a SIGHUP.
+constexpr char volumeSetting[] = "audioout_c0_volume";
+
 struct Setting {
     std::string value;
     std::string alias;      // another setting's key, whose value is this one's; empty: none

@@ -23,7 +23,6 @@ constexpr std::uint64_t playOutSamples = 24000; // three seconds
 constexpr unsigned warmUp = 4;                  // looks
 constexpr std::size_t mostLooks = 8;
 constexpr std::uint64_t memoryTolerance = 256; // kB
-constexpr char volumeKey[] = "audioout_c0_volume";
 constexpr char playingReport[] = "set NameValue 99 0 0 | status_audioclip_playing=1";
 constexpr char stoppedReport[] = "set NameValue 99 0 0 | status_audioclip_playing=0";
 
@@ -61,7 +60,7 @@ void Promises::breach(const std::string &sentence) {
 void Promises::onStep(const Step &step) {
     noteFaults();
     isClipReported_ = isClipReported_ && step.verb != "tessel";
-    if (step.verb == "set" && step.object == volumeKey) {
+    if (step.verb == "set" && step.object == volumeSetting) {
         expectVolume(textOf(step, "to"));
     } else if (step.verb == "signal" && world_.isDaemonAlive()) {
         isEndAskedFor_ = isEndAskedFor_ || step.object == "TERM" || step.object == "INT";
@@ -207,7 +206,7 @@ void Promises::expectVolume(const std::string &value) {
         return;
     }
     world_.agenda().add(world_.now() + longestReaction, [this, value, life = lives_] {
-        const bool isSame = world_.tessel().get(volumeKey) == value && life == lives_;
+        const bool isSame = world_.tessel().get(volumeSetting) == value && life == lives_;
         const auto gain = static_cast<std::uint32_t>(91 - std::stol(value) * 91 / 100);
         if (isSame && isReady_ && gain_ && gain_ != gain) {
             breach("volume: " + value + " was set and is not the codec's");

@@ -4,6 +4,7 @@
 #include "vcam/camera/fault_name.h"
 #include "vcam/sender/message_sender.h"
 #include "vcam/sender/stream_records.h"
+#include "vcam/tessel/settings_store.h"
 
 #include <algorithm>
 #include <iterator>
@@ -152,7 +153,7 @@ private:
     void volume() {
         const std::string value = below(8) == 0 ? oneOf({"loud", "-1", "101", "99999999999", "7x"})
                                                 : std::to_string(below(101));
-        add(now_, "set", "audioout_c0_volume", {{"to", value}});
+        add(now_, "set", volumeSetting, {{"to", value}});
     }
 
     void message() {

@@ -36,6 +36,10 @@ ReplayReport ReplayWorld::replay() {
     report.recorded = life_.commands().size();
     report.issued = replay.issued;
     report.differsAt = replay.differsAt;
+    if (!life_.isWhole() && report.differsAt > report.recorded) {
+        report.issued = report.recorded; // how it went on is not known
+        report.differsAt = 0;
+    }
     if (report.differsAt == 0 && report.issued < report.recorded) {
         report.differsAt = report.issued + 1;
     } else if (report.differsAt != 0) {

@@ -66,6 +66,12 @@ TraceLife::TraceLife(const fs::path &file) {
     }
 }
 
+bool TraceLife::isWhole() const {
+    const TraceRecord &last = records_.back();
+    return last.kind() == TraceKind::end &&
+           static_cast<TraceEnd>(last.call.argument) != TraceEnd::limit;
+}
+
 std::string TraceLife::answers() const {
     const AnswersHead head = {static_cast<std::uint32_t>(commands_.size())};
     std::string bytes(sizeof head + commands_.size() * sizeof(Answer), '\0');

@@ -15,6 +15,8 @@ public:
 
     const std::vector<TraceRecord> &records() const { return records_; }
     std::size_t size() const { return records_.size(); }
+    // Whether the trace goes on to the daemon's end: it may have met its limit, or the power's.
+    bool isWhole() const;
     static Moment timeOf(const TraceRecord &record) { return record.header.time; }
 
     // The driver commands, in order.

@@ -1,9 +1,12 @@
 #include "vcam/world/trace_scenario.h"
 
+#include "settings/settings_lookup.h"
 #include "vcam/camera/camera_paths.h"
 #include "vcam/camera/text_file.h"
 #include "vcam/sender/message_sender.h"
+#include "vcam/tessel/settings_store.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <utility>
@@ -14,6 +17,7 @@ namespace {
 
 constexpr Moment afterLife = nanosecondsPerSecond;
 constexpr char twoWayKey[] = "status_onlinenum_sip";
+constexpr std::size_t valueRoom = 64;
 
 const char *nameOfSignal(std::uint32_t signal) {
     switch (signal) {
@@ -72,6 +76,9 @@ private:
         case TraceKind::reply:
             takeReply(record);
             break;
+        case TraceKind::segment:
+            takeSettings(record);
+            break;
         case TraceKind::open:
             takeFile(at);
             break;
@@ -94,12 +101,40 @@ private:
         const std::string now = std::atoi(record.text().c_str()) == 1 ? "on" : "off";
         if (asksTwoWay_ && record.call.result > 0 && now != talk_) {
             talk_ = now;
-            Step talk = {TraceLife::timeOf(record), "talk", now, {}, {}};
-            auto place = scenario_.steps.end();
-            if (!scenario_.steps.empty()) {
-                talk.at = (--place)->at;
+            const auto end = scenario_.steps.end();
+            const auto place = scenario_.steps.empty() ? end : end - 1;
+            const Moment at = place == end ? TraceLife::timeOf(record) : place->at;
+            scenario_.steps.insert(place, {at, "talk", now, {}, {}});
+        }
+    }
+
+    // What has changed of the settings that the daemon uses.
+    void takeSettings(const TraceRecord &record) {
+        const SettingsTree tree(record.data.data(), record.data.size());
+        const SettingsStore before = settings_;
+        for (const auto &[key, setting] : before.settings()) {
+            char value[valueRoom] = {};
+            if (settingsLookUp(tree, key.c_str(), value, sizeof value) == SettingsLookup::found &&
+                setting.value != value) {
+                settings_.set(key, value);
+                addSetting(key, value);
             }
-            scenario_.steps.insert(place, std::move(talk));
+        }
+    }
+
+    // It was there when the daemon started, or before the SIGHUP that told of it.
+    void addSetting(const std::string &key, const std::string &value) {
+        std::vector<Step> &steps = scenario_.steps;
+        const auto told = std::find_if(steps.rbegin(), steps.rend(), [](const Step &step) {
+            return step.verb == "signal" && step.object == "HUP";
+        });
+        const auto place = told == steps.rend() ? steps.begin() : told.base() - 1;
+        const Moment at = told == steps.rend() ? 0 : told->at;
+        Step set = {at, "set", key, {{"to", value}}, {}};
+        if (told != steps.rend() && key == volumeSetting) {
+            *place = std::move(set); // the SIGHUP comes with it
+        } else {
+            steps.insert(place, std::move(set));
         }
     }
 
@@ -142,6 +177,7 @@ private:
     Moment messageAt_ = 0;
     bool asksTwoWay_ = false;
     std::string talk_ = "off";
+    SettingsStore settings_ = SettingsStore::ofCamera(); // so far
     int files_ = 0;
 };
 

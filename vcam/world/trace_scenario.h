@@ -6,8 +6,8 @@
 
 #include <filesystem>
 
-// Records, messages and signals at their times, two-way audio as the daemon was told of it, and the
-// clips that it read, which go to `directory`; a clip of another place is among the camera's. What
-// is not in it: settings, which reach the daemon by a snapshot, and failures. Throws a CameraError
-// when a clip cannot be written, or is not in the trace as a whole.
+// Records, messages and signals at their times, two-way audio and the settings that the daemon uses
+// as it was told of them, and the clips that it read, which go to `directory`; a clip of another
+// place is among the camera's. What is not in it: settings that were missing, and failures. Throws
+// a CameraError when a clip cannot be written, or is not in the trace as a whole.
 Scenario scenarioOf(const TraceLife &life, const std::filesystem::path &directory);

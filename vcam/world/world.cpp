@@ -57,7 +57,7 @@ World::World(const CameraDir &dir, Target target, WorldObserver &observer,
       tessel_(
           dir_,
           [this](const std::string &key) {
-              if (key == "audioout_c0_volume" && takesSignals()) {
+              if (key == volumeSetting && takesSignals()) {
                   signalDaemon(SIGHUP);
               }
           },
