@@ -79,7 +79,10 @@ void CodecGuess::clipPlayed(std::uint32_t rate, bool isOnItsWay) {
     }
     if (isOnItsWay) {
         update();
+        return;
     }
+    earlier_ = before_ = after_; // nothing before the clip is in doubt any more
+    last_.clear();
 }
 
 void CodecGuess::reset() {
