@@ -30,8 +30,7 @@ timespec timeLeft(std::chrono::steady_clock::time_point deadline) {
 
 Child::~Child() {
     if (pid_ != 0) {
-        kill(SIGKILL);
-        waitpid(pid_, nullptr, 0);
+        killAndForget();
     }
 }
 
@@ -90,12 +89,24 @@ int Child::end(const sigset_t &signals, std::chrono::seconds patience,
         } else if (signal == SIGINT || signal == SIGTERM || (signal < 0 && errno == EAGAIN)) {
             std::cerr << (signal < 0 ? "vcam: voxo does not end in time and is killed\n"
                                      : "vcam: told to end a second time: voxo is killed\n");
-            kill(SIGKILL);
-            waitpid(pid_, nullptr, 0);
-            pid_ = 0;
+            killAndForget();
             return 1;
         }
     }
+}
+
+void Child::endByForce() const {
+    kill(SIGKILL);
+    siginfo_t ignored = {};
+    while (waitid(P_PID, static_cast<id_t>(pid_), &ignored, WEXITED | WNOWAIT) < 0 &&
+           errno == EINTR) {
+    }
+}
+
+void Child::killAndForget() {
+    kill(SIGKILL);
+    waitpid(pid_, nullptr, 0);
+    pid_ = 0;
 }
 
 void Child::kill(int signal) const {

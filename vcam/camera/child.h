@@ -27,6 +27,9 @@ public:
     // Its exit status if it has ended (128 and the signal's number if one ended it).
     std::optional<int> poll();
 
+    // Ends it by force, and waits until nothing of it is left but its exit status for `poll`.
+    void endByForce() const;
+
     // Ends it in order, and after `patience`, or at a second signal to end, by force. `onEncoder`
     // is called for each SIGUSR1 on the way. Returns the exit status for this process: that of an
     // orderly child, or 1.
@@ -35,6 +38,7 @@ public:
 
 private:
     void kill(int signal) const;
+    void killAndForget();
 
     pid_t pid_ = 0;
 };

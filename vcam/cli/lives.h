@@ -25,9 +25,11 @@ struct SimOptions {
     double hours = 1;
     std::string keep; // where the scenario of each seed that breaks a promise goes; empty: nowhere
     bool shrinks = false; // cuts such a scenario down to the events that still show it
+    unsigned repeat = 1;  // how often each is lived; all lives of a seed have to be alike
 };
 
-// Lives a random life for each seed, on all processors; 1 when a promise was broken.
+// Lives a random life for each seed, on all processors; 1 when a promise was broken or two lives of
+// one seed were not alike.
 int sim(const Target &target, const SimOptions &options);
 
 struct SweepOptions {

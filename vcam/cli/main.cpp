@@ -142,6 +142,8 @@ void addSim(CLI::App &app, SimOptions &options, std::function<int()> &command,
                     "Write the scenario of a seed that breaks a promise to this directory");
     sub->add_flag("--shrink", options.shrinks,
                   "Cut such a scenario down to the few events that still show it");
+    sub->add_option("--repeat", options.repeat, "Live each so often; all lives have to be alike")
+        ->check(CLI::Range(1U, 1000U));
     sub->callback([&] { command = [&] { return sim(target, options); }; });
 }
 

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -25,10 +26,11 @@ public:
         : options_(options), pool_(target) {}
 
     int run() {
-        std::uint64_t next = options_.firstSeed;
-        while (next <= options_.lastSeed || !pool_.isIdle()) {
-            while (next <= options_.lastSeed && pool_.hasRoom()) {
-                const std::uint64_t seed = next++;
+        std::uint64_t next = 0;
+        const std::uint64_t all = lifeCount();
+        while (next < all || !pool_.isIdle()) {
+            while (next < all && pool_.hasRoom()) {
+                const std::uint64_t seed = options_.firstSeed + next++ / options_.repeat;
                 pool_.begin(seed, [&, seed] { return randomLife(seed, options_.hours); });
             }
             pool_.finishOne(
@@ -40,10 +42,18 @@ public:
     }
 
 private:
+    std::uint64_t lifeCount() const {
+        return (options_.lastSeed - options_.firstSeed + 1) * options_.repeat;
+    }
+
     void take(std::uint64_t seed, const LifeReport &report) {
         ++lives_;
         lived_ += secondsOf(report.end);
-        last_ = report;
+        const LifeReport &first = firsts_.try_emplace(seed, report).first->second;
+        if (!report.isLike(first)) {
+            ++violations_;
+            std::cout << "vcam: seed " << seed << ", two lives of it are not alike" << std::endl;
+        }
         if (report.failures.empty()) {
             return;
         }
@@ -81,15 +91,15 @@ private:
         const double now = std::chrono::duration<double>(Clock::now() - start_).count();
         if (now >= nextLine_) {
             nextLine_ = now + progressEvery;
-            std::cout << "vcam: " << lives_ << " of " << options_.lastSeed - options_.firstSeed + 1
+            std::cout << "vcam: " << lives_ << " of " << lifeCount()
                       << " lives, " << violations_ << " violations" << std::endl;
         }
     }
 
     void report() const {
         const double wall = std::chrono::duration<double>(Clock::now() - start_).count();
-        if (lives_ == 1) {
-            printLife(last_, wall);
+        if (firsts_.size() == 1) {
+            printLife(firsts_.begin()->second, wall);
         }
         std::cout << "vcam: " << lives_ << (lives_ == 1 ? " life" : " lives") << " of "
                   << options_.hours << " h, " << static_cast<std::uint64_t>(lived_ / wall)
@@ -103,7 +113,7 @@ private:
     std::uint64_t lives_ = 0;
     std::uint64_t violations_ = 0;
     double lived_ = 0;
-    LifeReport last_;
+    std::map<std::uint64_t, LifeReport> firsts_; // of each seed
 };
 
 } // namespace

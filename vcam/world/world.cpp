@@ -106,7 +106,8 @@ void World::signalDaemon(int signal) {
     if (signal != SIGKILL) {
         signals_.push_back(signal);
     } else if (isDaemonAlive()) {
-        kill(daemon_.pid(), SIGKILL);
+        daemon_.endByForce(); // what is sent at this moment, before the turn is over, finds nobody
+        senders_.daemonEnded();
     }
 }
 
