@@ -50,21 +50,23 @@ private:
         ++lives_;
         lived_ += secondsOf(report.end);
         const LifeReport &first = firsts_.try_emplace(seed, report).first->second;
-        if (!report.isLike(first)) {
+        if (!report.failures.empty()) {
+            ++violations_;
+            std::cout << "vcam: seed " << seed << ", " << report.failures.front() << std::endl;
+            if (options_.shrinks || !options_.keep.empty()) {
+                keep(seed, scenarioOf(seed, report));
+            }
+        } else if (!report.isLike(first)) {
             ++violations_;
             std::cout << "vcam: seed " << seed << ", two lives of it are not alike" << std::endl;
-        }
-        if (report.failures.empty()) {
-            return;
-        }
-        ++violations_;
-        std::cout << "vcam: seed " << seed << ", " << report.failures.front() << std::endl;
-        if (options_.shrinks || !options_.keep.empty()) {
-            keep(seed, report);
+            if (!options_.keep.empty()) {
+                keep(seed, randomLife(seed, options_.hours));
+            }
         }
     }
 
-    void keep(std::uint64_t seed, const LifeReport &report) {
+    // The life that breaks a promise, shrunk if wanted.
+    Scenario scenarioOf(std::uint64_t seed, const LifeReport &report) {
         Scenario scenario = randomLife(seed, options_.hours);
         if (options_.shrinks) {
             const std::string kind = kindOfFailure(report.failures.front());
@@ -77,6 +79,10 @@ private:
             std::cout << "vcam: seed " << seed << ", " << scenario.steps.size() << " of " << steps
                       << " events still show it\n";
         }
+        return scenario;
+    }
+
+    void keep(std::uint64_t seed, const Scenario &scenario) const {
         const fs::path file = fs::path(options_.keep) / ("seed-" + std::to_string(seed) + ".yaml");
         if (options_.keep.empty()) {
             std::cout << shownScenario(scenario);
@@ -91,8 +97,8 @@ private:
         const double now = std::chrono::duration<double>(Clock::now() - start_).count();
         if (now >= nextLine_) {
             nextLine_ = now + progressEvery;
-            std::cout << "vcam: " << lives_ << " of " << lifeCount()
-                      << " lives, " << violations_ << " violations" << std::endl;
+            std::cout << "vcam: " << lives_ << " of " << lifeCount() << " lives, " << violations_
+                      << " violations" << std::endl;
         }
     }
 

@@ -85,16 +85,21 @@ void World::startDaemon() {
 }
 
 void World::startDaemon(const std::vector<std::string> &arguments) {
-    if (isDaemonAlive()) {
-        return;
+    if (!isDaemonAlive() && !start_) {
+        signals_.clear();
+        start_ = arguments;
     }
+}
+
+// Nothing may happen around the daemon while it runs, so this is the last that is done in a turn.
+void World::launchDaemon() {
     if (!std::exchange(hasBoardBeenTried_, true)) {
         requireBoard(dir_, target_);
     }
-    signals_.clear();
     registers().world.turn = turnOfDaemon;
     std::vector<std::string> command = {target_.voxoFile()};
-    command.insert(command.end(), arguments.begin(), arguments.end());
+    command.insert(command.end(), start_->begin(), start_->end());
+    start_.reset();
     daemon_.start(commandOn(target_, command), [&] {
         enterBoard(dir_, target_, failingCalls_);
         output_.redirect();
@@ -214,6 +219,9 @@ void World::letDaemonWait(Moment deadline) {
 }
 
 void World::attendDaemon() {
+    if (start_) {
+        launchDaemon();
+    }
     while (isDaemonAlive()) {
         throwIfEndIsAskedFor();
         if (awaitDaemon()) {
@@ -225,7 +233,7 @@ void World::attendDaemon() {
 // While there is no daemon.
 void World::goOnAlone(Moment end) {
     carryOutDue();
-    if (!isDaemonAlive()) {
+    if (!start_) {
         advanceTo(std::min({end, agenda_.next(), dacNext_}));
     }
 }
@@ -243,12 +251,9 @@ void World::end() {
 
 void World::live(Moment end) {
     agenda_.add(end, [this] { this->end(); });
-    while (now_ < end || isDaemonAlive()) {
+    while (now_ < end) {
         throwIfEndIsAskedFor();
-        if (!isDaemonAlive()) {
-            goOnAlone(end);
-        } else if (awaitDaemon()) {
-            answerDaemon();
-        }
+        attendDaemon();
+        goOnAlone(end);
     }
 }

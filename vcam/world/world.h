@@ -15,6 +15,7 @@
 #include "vcam/world/world_senders.h"
 
 #include <deque>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -60,7 +61,7 @@ public:
     const CameraDir &dir() const { return dir_; }
 
     // Starts the daemon, unless it runs, with the camera's configuration and a PID file or with
-    // arguments of the caller's. Throws when the board does not load into it.
+    // arguments of the caller's: when all else that is due at this moment has been carried out.
     void startDaemon();
     void startDaemon(const std::vector<std::string> &arguments);
     // It is handled where the daemon waits; SIGKILL ends it there.
@@ -77,8 +78,8 @@ public:
     // How many signals the audio encoder has had, which is played by this process.
     static unsigned encoderSignals();
 
-    // Goes on until `end`, then has the daemon end. Throws a CameraError when it hangs, goes round
-    // without time passing, or does not end.
+    // Goes on until `end`, then has the daemon end. Throws a CameraError when the board does not load
+    // into it, when it hangs, goes round without time passing, or does not end.
     void live(Moment end);
 
 protected:
@@ -88,7 +89,7 @@ protected:
     virtual void letDaemonLook() { carryOutDue(); }
 
     void advanceTo(Moment moment);
-    // Deals with the daemon until it has ended.
+    // Starts the daemon if that is wanted, and deals with it until it has ended.
     void attendDaemon();
 
 private:
@@ -116,6 +117,7 @@ private:
     };
 
     void say(Voice voice, const std::string &line);
+    void launchDaemon();
     bool carryOutDue();
     bool isChanged() const;
     bool awaitDaemon();
@@ -142,6 +144,7 @@ private:
     WorldSenders senders_;
     DaemonOutput output_;
     Child daemon_;
+    std::optional<std::vector<std::string>> start_; // its arguments, when it is to be started
     bool hasBoardBeenTried_ = false;
     bool isEnding_ = false;
     std::deque<int> signals_;
