@@ -108,7 +108,7 @@ std::string CameraProcess::status(const std::string &label) const {
 }
 
 std::vector<std::int16_t> CameraProcess::heard() const {
-    SndfileHandle file((dir_.path() / "speaker.wav").string());
+    SndfileHandle file((dir_.path() / "speaker.raw.wav").string());
     if (!file) {
         return {};
     }

@@ -60,7 +60,7 @@ public:
     // A line of `vcam status`, without its label.
     std::string status(const std::string &label) const;
 
-    // Interleaved samples in the loudspeaker's file.
+    // Interleaved samples that the loudspeaker has played, at full volume and without gaps.
     std::vector<std::int16_t> heard() const;
 
     // The daemon's process id, 0 when it does not run.

@@ -2,6 +2,7 @@
 #include "tests/support/temporary.h"
 #include "vcam/board/devices.h"
 #include "vcam/speaker/dac.h"
+#include "vcam/speaker/loudspeaker.h"
 #include "vcam/speaker/wav_recording.h"
 #include "vcam/speaker/wav_speaker.h"
 
@@ -9,6 +10,7 @@
 
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -142,7 +144,7 @@ TEST(Speaker, KeepsAsMuchAsThereIsRoomFor) {
     const std::filesystem::path first = dir.path() / "speaker.wav";
     const std::vector<std::int32_t> samples(1280, 5 << 16);
     LossRegisters loss = {};
-    WavSpeaker speaker(first, loss, 6000); // two periods of 2560 bytes
+    WavSpeaker speaker(first, Gaps::leftOut, loss, 6000); // two periods of 2560 bytes
     rlimit before = {};
     getrlimit(RLIMIT_FSIZE, &before);
     const rlimit small = {4000, before.rlim_max};
@@ -158,6 +160,72 @@ TEST(Speaker, KeepsAsMuchAsThereIsRoomFor) {
     const Recording tail = recordedSince(first, 640 + 100);
     EXPECT_EQ(2, tail.channels);
     EXPECT_EQ(std::vector<std::int16_t>(std::size_t{2} * (3 * 640 - 100), 5), tail.samples);
+}
+
+// What lies between two sounds is in the file, to the frame, however the rests fall.
+TEST(Speaker, KeepsGapsAndEarlierFiles) {
+    const TemporaryDirectory dir;
+    const std::filesystem::path first = dir.path() / "speaker.wav";
+    LossRegisters loss = {};
+    for (int speakers = 1; speakers <= 12; ++speakers) {
+        WavSpeaker speaker(first, Gaps::kept, loss);
+        speaker.rest(nanosecondsPerSecond); // before the first sound there is no gap
+        speaker.play({8000, 16, 1}, std::vector<std::int32_t>(10, speakers << 16));
+        speaker.rest(nanosecondsPerSecond / 16000); // half a frame, twice
+        speaker.rest(nanosecondsPerSecond / 16000 + 3600 * nanosecondsPerSecond);
+        speaker.play({8000, 16, 1}, std::vector<std::int32_t>(2, 7 << 16));
+    }
+    EXPECT_EQ(10 + 1 + 3600 * 8000 + 2, recordedFrames(first));
+    EXPECT_EQ((std::vector<std::int16_t>{0, 7, 7}), recordedSince(first, 10 + 3600 * 8000).samples);
+    struct stat file = {};
+    ASSERT_EQ(0, stat(first.c_str(), &file));
+    EXPECT_GT(1000, file.st_blocks); // silence takes no room
+    EXPECT_EQ(12, recordedSince(first, 0).samples[0]);
+    EXPECT_EQ(11, recordedSince(dir.path() / "speaker.1.wav", 0).samples[0]);
+    EXPECT_EQ(3, recordedSince(dir.path() / "speaker.9.wav", 0).samples[0]);
+    EXPECT_EQ(10, std::distance(std::filesystem::directory_iterator(dir.path()), {}));
+}
+
+class HeardSamples : public PeriodSink {
+public:
+    explicit HeardSamples(std::vector<std::int32_t> &samples) : samples_(samples) {}
+    void play(const PlayFormat & /*format*/, std::span<const std::int32_t> samples) override {
+        samples_.assign(samples.begin(), samples.end());
+    }
+
+private:
+    std::vector<std::int32_t> &samples_;
+};
+
+// The codec's word is an attenuation in decibels; the output's volume adds to it.
+TEST(Speaker, PlaysWhatTheControlsLeave) {
+    const auto registers = std::make_unique<BoardRegisters>();
+    std::vector<std::int32_t> heard;
+    Loudspeaker loudspeaker(*registers);
+    loudspeaker.addHeard(std::make_unique<HeardSamples>(heard));
+    const std::vector<std::int32_t> full = {1 << 30, -(1 << 30)};
+    const auto expectHeard = [&](std::int32_t left, std::int32_t right) {
+        loudspeaker.play({8000, 16, 2}, full);
+        EXPECT_NEAR(left, heard[0], 1 << 14);
+        EXPECT_NEAR(right, heard[1], 1 << 14);
+    };
+    expectHeard(1 << 30, -(1 << 30));
+    registers->acodec.volume[0] = 20;
+    registers->acodec.volume[1] = 40;
+    expectHeard(107374182, -10737418);
+    registers->ao.volumeDb = static_cast<std::uint32_t>(-20);
+    expectHeard(10737418, -1073742);
+    registers->ao.volumeDb = 40; // no louder than the DAC can be
+    expectHeard(INT32_MAX, -(1 << 30));
+    registers->acodec.volume[1] = 127;
+    expectHeard(INT32_MAX, 0);
+    registers->acodec.daclMute = 1;
+    expectHeard(0, 0);
+    registers->acodec.daclMute = 0;
+    registers->acodec.volume[1] = 0;
+    registers->ao.volumeDb = 0;
+    registers->ao.mute[0] = 1;
+    expectHeard(0, 0);
 }
 
 TEST_F(BoardTest, ChecksAsADriverDoes) {

@@ -14,7 +14,7 @@ using Register = std::atomic<std::uint32_t>;
 static_assert(sizeof(Register) == 4 && Register::is_always_lock_free);
 
 constexpr std::uint32_t boardMagic = 0x6D616376; // "vcam"
-constexpr std::uint32_t boardLayout = 5;
+constexpr std::uint32_t boardLayout = 6;
 
 constexpr std::uint32_t aoChannelCount = 16;
 constexpr std::uint32_t aoQueueRoom = 50;     // periods, of any device attributes
@@ -156,6 +156,22 @@ struct LossRegisters {
     Register error; // errno of the last
 };
 
+// The PC's own loudspeaker, when somebody listens.
+struct ListenRegisters {
+    Register isOn;      // 1: the device plays
+    Register underruns; // it ran dry while the board played on
+    Register dropped;   // periods that it was too slow to take
+};
+
+// How long the way to the ear is. Moments are microseconds of the board's clock, odd ones, which
+// leaves 0 for "none".
+struct LatencyRegisters {
+    Register sentAt;       // when a sender sent the first record of a sound; gone when it is heard
+    Register soundAfter;   // microseconds from then until a period began; 0: not measured
+    Register stoppedAt;    // when a clip was told to stop; gone when it is silent
+    Register silenceAfter; // microseconds from then until no period played; 0: not measured
+};
+
 // What the daemon's process asks of the world that keeps the virtual clock.
 enum : std::uint32_t {
     worldCarriesOutWhatIsDue = 1, // time does not pass
@@ -218,10 +234,17 @@ struct BoardRegisters {
     AoPeriodSlot queue[aoChannelCount][aoQueueRoom];
     Register soundsBegun; // grows when a sender begins a sound: a gap before it is no dropout
     LossRegisters loss;
+    ListenRegisters listen;
+    LatencyRegisters latency;
     WorldRegisters world;
     ReplayRegisters replay;
 };
 static_assert(offsetof(BoardRegisters, queue) % 4 == 0);
+
+// A moment of the board's clock, in nanoseconds, as LatencyRegisters hold it.
+constexpr std::uint32_t latencyMoment(std::uint64_t now) {
+    return static_cast<std::uint32_t>(now / 1000) | 1;
+}
 
 // Two registers as one number; for those that one process changes at a time.
 inline std::uint64_t longRegister(const Register (&halves)[2]) {

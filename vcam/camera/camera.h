@@ -38,7 +38,9 @@ public:
     std::filesystem::path memoryFile() const;
     std::filesystem::path answersFile() const;
     std::filesystem::path lockFile() const { return path_ / ".vcam"; }
+    // What the loudspeaker plays, and the same as the DAC has it: at full volume, without gaps.
     std::filesystem::path speakerFile() const { return path_ / "speaker.wav"; }
+    std::filesystem::path rawSpeakerFile() const { return path_ / "speaker.raw.wav"; }
     std::filesystem::path configFile() const { return path_ / "voxo.xml"; }
     // The one that the daemon was started with, which the user may have named.
     std::filesystem::path usedConfigFile() const;

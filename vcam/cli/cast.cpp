@@ -87,6 +87,14 @@ void sendAll(StreamSender &sender, const std::vector<std::uint8_t> &bytes, std::
     }
 }
 
+// The time from here to the first sound is taken, if nothing plays that would be taken for it.
+void markSent(BoardRegisters &registers) {
+    registers.latency.soundAfter = 0;
+    if (aoQueueFill(registers.ao.channels[0]) == 0) {
+        registers.latency.sentAt = latencyMoment(SystemBoardTime().now());
+    }
+}
+
 // Waits until the loudspeaker has played what the driver holds, or plays no more.
 void waitForPlayOut(BoardRegisters &registers) {
     const AoRegisters &ao = registers.ao;
@@ -170,7 +178,8 @@ int peakOf(const Samples &played) {
     return peak;
 }
 
-void printTable(const Comparison &comparison, const Counts &before, const Counts &after, int peak) {
+void printTable(const Comparison &comparison, const Counts &before, const Counts &after, int peak,
+                std::uint32_t soundAfter) {
     std::ostringstream played;
     played << std::fixed << std::setprecision(2) << seconds(comparison.frames);
     std::cout << "vcam: the loudspeaker against libsndfile's decoding of the same bytes\n";
@@ -179,6 +188,9 @@ void printTable(const Comparison &comparison, const Counts &before, const Counts
     row("refused", after.refused - before.refused);
     row("underruns", after.underruns - before.underruns);
     row("peak", peak);
+    if (soundAfter != 0) {
+        row("ms from record to sound", soundAfter / 1000);
+    }
     row("samples that differ", comparison.differing);
 }
 
@@ -194,11 +206,12 @@ int cast(const CameraDir &dir, const CastOptions &options) {
     const std::vector<std::uint8_t> bytes = recordsOf(samples, law, silence);
     const Counts before = countsOf(ao);
     const std::uint32_t lostBefore = board.registers().loss.periods;
-    const std::int64_t framesBefore = recordedFrames(dir.speakerFile());
+    const std::int64_t framesBefore = recordedFrames(dir.rawSpeakerFile());
 
     StreamSender sender(dir, std::chrono::seconds(options.timeout));
     ++board.registers().soundsBegun;
     sender.sendLaw(law);
+    markSent(board.registers());
     sendAll(sender, bytes, bytes.size() - silence, options.fast);
     sender.settle();
     waitForPlayOut(board.registers());
@@ -213,8 +226,9 @@ int cast(const CameraDir &dir, const CastOptions &options) {
     }
     Samples reference = lawDecode(bytes, law);
     reference.resize(reference.size() - silence); // may still be in the platform's buffer
-    const Recording played = recordedSince(dir.speakerFile(), framesBefore);
+    const Recording played = recordedSince(dir.rawSpeakerFile(), framesBefore);
     const Comparison comparison = compare(played.samples, played.channels, reference);
-    printTable(comparison, before, countsOf(ao), peakOf(played.samples));
+    printTable(comparison, before, countsOf(ao), peakOf(played.samples),
+               board.registers().latency.soundAfter);
     return comparison.differing == 0 ? 0 : 1;
 }

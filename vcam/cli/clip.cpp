@@ -1,6 +1,8 @@
 #include "vcam/cli/commands.h"
 
 #include "camera/message/message.h"
+#include "vcam/board/ao_queue.h"
+#include "vcam/camera/mapped_board.h"
 #include "vcam/sender/message_sender.h"
 
 #include <algorithm>
@@ -55,8 +57,15 @@ int startClip(const CameraDir &dir, const std::string &file) {
     return 0;
 }
 
+// The time from here to silence is taken, if something plays.
 int stopClip(const CameraDir &dir) {
     dir.requireRunning();
+    MappedBoard board(dir, MappedBoard::Mode::open);
+    LatencyRegisters &latency = board.registers().latency;
+    latency.silenceAfter = 0;
+    if (aoQueueFill(board.registers().ao.channels[0]) > 0) {
+        latency.stoppedAt = latencyMoment(SystemBoardTime().now());
+    }
     sendMessage(dir, clipMessage(MESSAGE_CLIP_STOP));
     return 0;
 }

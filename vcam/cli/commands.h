@@ -16,6 +16,7 @@ struct RunOptions {
     bool deaf = false;  // periods are dropped by the driver
     bool bare = false;  // without the daemon
     bool tuning = false;
+    std::string listen; // the PC's sound device, which plays what the loudspeaker does; empty: none
     std::uint64_t longestFile = longestWavSound; // bytes of sound in a file of the loudspeaker
     std::vector<std::string> faults;             // COMMAND:N or CALL:N
 };

@@ -35,6 +35,10 @@ void addRun(CLI::App &app, RunOptions &options, std::function<int()> &command,
                   "Drop periods as soon as the driver has taken them, for measuring");
     run->add_flag("--bare", options.bare, "Only the board and its neighbours, without the daemon");
     run->add_flag("--tuning", options.tuning, "Put the board into tuning mode");
+    run->add_option("--listen", options.listen,
+                    "Hear the loudspeaker on this PC: --listen, or --listen=DEVICE by ALSA's name")
+        ->expected(0, 1)
+        ->default_str("default");
     run->add_option("--longest-file", options.longestFile,
                     "Bytes of sound in speaker.wav, before speaker-2.wav goes on (default: 4 GiB)")
         ->check(CLI::Range(std::uint64_t{1}, longestWavSound));

@@ -61,7 +61,7 @@ int play(const CameraDir &dir, const Target &target, const PlayOptions &options)
     LifeReport first;
     for (unsigned round = 1; round <= options.repeat; ++round) {
         const Clock::time_point start = Clock::now();
-        const LifeReport report = live(dir, target, scenario, {.isKept = true});
+        const LifeReport report = live(dir, target, scenario, {.isKept = round == 1});
         if (round == 1) {
             first = report;
             printLife(report, std::chrono::duration<double>(Clock::now() - start).count());

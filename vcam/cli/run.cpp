@@ -1,9 +1,10 @@
 #include "vcam/cli/commands.h"
 
 #include "vcam/board/devices.h"
+#include "vcam/camera/camera_recording.h"
 #include "vcam/camera/fault_name.h"
 #include "vcam/camera/running_camera.h"
-#include "vcam/speaker/wav_speaker.h"
+#include "vcam/speaker/alsa_speaker.h"
 
 #include <iostream>
 #include <memory>
@@ -36,13 +37,22 @@ void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
     }
 }
 
+std::unique_ptr<Loudspeaker> loudspeakerOf(const CameraDir &dir, BoardRegisters &registers,
+                                           const RunOptions &options) {
+    auto loudspeaker = std::make_unique<Loudspeaker>(registers);
+    keepSound(*loudspeaker, dir, registers.loss, options.longestFile);
+    if (!options.listen.empty()) {
+        loudspeaker->addHeard(std::make_unique<AlsaSpeaker>(options.listen, registers.listen));
+    }
+    return loudspeaker;
+}
+
 } // namespace
 
 int runCamera(const CameraDir &dir, const Target &target, const RunOptions &options) {
     RunningCamera camera(dir, options.config);
     setUpBoard(camera.registers(), options);
-    camera.connect(std::make_unique<WavSpeaker>(dir.speakerFile(), camera.registers().loss,
-                                                options.longestFile));
+    camera.connect(loudspeakerOf(dir, camera.registers(), options));
     std::cout << "vcam: camera in " << dir.path().string() << "\nvcam: loudspeaker in "
               << dir.speakerFile().string() << std::endl;
     if (options.bare) {

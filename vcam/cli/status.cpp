@@ -61,7 +61,28 @@ std::string sinceStart(std::uint32_t microseconds) {
     return microseconds != 0 ? text.str() : "not yet";
 }
 
-void showOutput(const AoRegisters &ao, const LossRegisters &loss) {
+std::string milliseconds(std::uint32_t microseconds) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(1) << microseconds / 1000.0 << " ms";
+    return microseconds != 0 ? text.str() : "not measured";
+}
+
+void showLatency(const LatencyRegisters &latency) {
+    line("record to sound", milliseconds(latency.soundAfter));
+    line("clip stop to silence", milliseconds(latency.silenceAfter));
+}
+
+// What the PC's own loudspeaker makes of it.
+void showListening(const ListenRegisters &listen) {
+    if (listen.isOn != 0) {
+        line("heard on this PC", "with " + std::to_string(listen.underruns) + " underruns, " +
+                                     std::to_string(listen.dropped) + " periods left out");
+    }
+}
+
+void showOutput(const BoardRegisters &registers) {
+    const AoRegisters &ao = registers.ao;
+    const LossRegisters &loss = registers.loss;
     const AIO_ATTR_S attr = attributes(ao);
     line("device enabled", yesNo(ao.enabled));
     if (ao.hasAttr != 0) {
@@ -77,6 +98,7 @@ void showOutput(const AoRegisters &ao, const LossRegisters &loss) {
         line("periods not kept", std::to_string(loss.periods) + " (" +
                                      std::strerror(static_cast<int>(loss.error)) + ")");
     }
+    showListening(registers.listen);
     line("AO volume", std::to_string(static_cast<std::int32_t>(ao.volumeDb)) + " dB");
     line("muted", yesNo(ao.mute[0]));
     line("peak level", peakText(ao.peak));
@@ -149,7 +171,8 @@ int showStatus(const CameraDir &dir) {
     line("encoder signals", registers.neighbours.encoderSignals);
     line("device opened", sinceStart(registers.start.deviceOpen));
     line("first period", sinceStart(registers.start.firstPeriod));
-    showOutput(registers.ao, registers.loss);
+    showOutput(registers);
+    showLatency(registers.latency);
     showCodec(registers.acodec);
     showFaults(registers);
     showSettings(dir);

@@ -16,6 +16,9 @@ constexpr std::uint64_t never = UINT64_MAX;
 // A gap that is shorter than this is heard as a dropout; a longer one is the end of a sound.
 constexpr std::uint64_t dropoutWindow = nanosecondsPerSecond;
 
+// Who is told to be silent and plays on for so long plays something else.
+constexpr std::uint32_t longestStop = 5'000'000; // microseconds
+
 constexpr std::size_t wordOf(std::size_t offset) {
     return offset / sizeof(std::uint32_t);
 }
@@ -58,6 +61,7 @@ std::uint64_t Dac::run(std::uint64_t now) {
         finish();
         if (!begin(end_)) {
             ranDryAt_ = end_;
+            noteSilence(end_);
         }
     }
 }
@@ -103,9 +107,11 @@ bool Dac::begin(std::uint64_t now) {
             ++ao.underruns;
         }
         end_ = now + points * nanosecondsPerSecond / format_.rate;
+        noteSound(now);
     } else {
         end_ = now;
     }
+    begin_ = now;
     ranDryAt_.reset();
     return true;
 }
@@ -127,7 +133,11 @@ void Dac::finish() {
         for (const std::int32_t sample : mix_) {
             notePeak(sample);
         }
+        if (registers_.pace == paceRealTime && heardUntil_ != 0 && begin_ > heardUntil_) {
+            sink_.rest(begin_ - heardUntil_);
+        }
         sink_.play(format_, mix_);
+        heardUntil_ = end_;
         ++ao.periodsPlayed;
     }
     // What has left the queue has been heard: who waits for an empty queue may look at the sink.
@@ -161,5 +171,22 @@ void Dac::notePeak(std::int32_t sample) {
     const auto magnitude = static_cast<std::uint32_t>(value < 0 ? -value : value);
     if (magnitude > registers_.ao.peak) {
         registers_.ao.peak = magnitude;
+    }
+}
+
+// The first period of a sound has begun.
+void Dac::noteSound(std::uint64_t now) {
+    LatencyRegisters &latency = registers_.latency;
+    if (const std::uint32_t sentAt = latency.sentAt.exchange(0); sentAt != 0) {
+        latency.soundAfter = latencyMoment(now) - sentAt;
+    }
+}
+
+// There is nothing more to play.
+void Dac::noteSilence(std::uint64_t now) {
+    LatencyRegisters &latency = registers_.latency;
+    if (const std::uint32_t stoppedAt = latency.stoppedAt.exchange(0); stoppedAt != 0) {
+        const std::uint32_t after = latencyMoment(now) - stoppedAt;
+        latency.silenceAfter = after <= longestStop ? after : latency.silenceAfter.load();
     }
 }

@@ -29,6 +29,9 @@ public:
     // Plays interleaved samples, the first sub-channel first; each sample fills its 32 bits from
     // the top.
     virtual void play(const PlayFormat &format, std::span<const std::int32_t> samples) = 0;
+
+    // Plays nothing for so long, in front of the next period.
+    virtual void rest(std::uint64_t /*nanoseconds*/) {}
 };
 
 // Not thread-safe: one thread runs it.
@@ -46,12 +49,16 @@ private:
     void finish();
     void mixChannel(std::uint32_t channel);
     void notePeak(std::int32_t sample);
+    void noteSound(std::uint64_t now);
+    void noteSilence(std::uint64_t now);
 
     BoardRegisters &registers_;
     BoardTime &time_;
     PeriodSink &sink_;
     bool isPlaying_ = false;
-    std::uint64_t end_ = 0;                    // of the period that is playing
+    std::uint64_t begin_ = 0; // of the period that is playing
+    std::uint64_t end_ = 0;
+    std::uint64_t heardUntil_ = 0;             // the end of the last that was heard; 0: none was
     std::optional<std::uint64_t> ranDryAt_;    // since when there is nothing to play
     std::uint32_t soundsBegun_ = 0;            // when the last period began
     std::uint32_t front_[aoChannelCount] = {}; // the period that is playing

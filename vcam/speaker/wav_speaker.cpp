@@ -1,5 +1,8 @@
 #include "vcam/speaker/wav_speaker.h"
 
+#include "vcam/board/board_time.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <iostream>
@@ -8,36 +11,79 @@
 
 namespace fs = std::filesystem;
 
-fs::path speakerPart(const fs::path &first, int number) {
-    fs::path path = first;
-    if (number > 1) {
-        path.replace_filename(first.stem().string() + "-" + std::to_string(number) +
-                              first.extension().string());
-    }
-    return path;
+namespace {
+
+constexpr int setsKept = 9;
+
+fs::path withMark(const fs::path &path, const std::string &mark) {
+    fs::path marked = path;
+    marked.replace_filename(path.stem().string() + mark + path.extension().string());
+    return marked;
 }
 
-WavSpeaker::WavSpeaker(fs::path path, LossRegisters &loss, std::uint64_t longest)
-    : path_(std::move(path)), loss_(loss), longest_(longest) {
+// A file of an earlier speaker; 0: of this one.
+fs::path partOfSet(const fs::path &first, int number, int set) {
+    const fs::path part = speakerPart(first, number);
+    return set == 0 ? part : withMark(part, "." + std::to_string(set));
+}
+
+// Makes room for a new set of files.
+void keepEarlier(const fs::path &first) {
     std::error_code ignored;
-    for (int number = 1; fs::remove(speakerPart(path_, number), ignored); ++number) {
+    for (int number = 1; fs::remove(partOfSet(first, number, setsKept), ignored); ++number) {
     }
+    for (int set = setsKept - 1; set >= 0; --set) {
+        for (int number = 1; fs::exists(partOfSet(first, number, set), ignored); ++number) {
+            fs::rename(partOfSet(first, number, set), partOfSet(first, number, set + 1));
+        }
+    }
+}
+
+} // namespace
+
+fs::path speakerPart(const fs::path &first, int number) {
+    return number > 1 ? withMark(first, "-" + std::to_string(number)) : first;
+}
+
+WavSpeaker::WavSpeaker(fs::path path, Gaps gaps, LossRegisters &loss, std::uint64_t longest)
+    : path_(std::move(path)), gaps_(gaps), loss_(loss), longest_(longest) {
+    keepEarlier(path_);
+}
+
+// Frames that the file still takes.
+std::uint64_t WavSpeaker::roomFor(const PlayFormat &format) const {
+    const std::uint64_t frameBytes = std::uint64_t{format.channels} * (format.bits == 24 ? 3 : 2);
+    const auto frames = static_cast<std::uint64_t>(frames_);
+    return longest_ / frameBytes - std::min(frames, longest_ / frameBytes);
 }
 
 void WavSpeaker::play(const PlayFormat &format, std::span<const std::int32_t> samples) {
     const std::uint64_t frames = samples.size() / format.channels;
-    const std::uint64_t frameBytes = std::uint64_t{format.channels} * (format.bits == 24 ? 3 : 2);
-    const bool isFull = (static_cast<std::uint64_t>(frames_) + frames) * frameBytes > longest_;
     errno = 0;
-    const bool isOpen = (file_ != nullptr && format == format_ && !isFull) || open(format);
+    const bool goesOn = file_ != nullptr && format == format_ && frames <= roomFor(format);
+    const bool isOpen = goesOn || open(format);
     if (!isOpen || !write(samples)) {
         reportLoss(errno != 0 ? errno : EIO);
     }
 }
 
+// Leaves a hole in the file, as long as there is room; a new one begins with a sound.
+void WavSpeaker::rest(std::uint64_t nanoseconds) {
+    if (file_ == nullptr || gaps_ == Gaps::leftOut) {
+        return;
+    }
+    const std::uint64_t whole = nanoseconds / nanosecondsPerSecond;
+    const std::uint64_t part = nanoseconds % nanosecondsPerSecond * format_.rate + restLeft_;
+    restLeft_ = part % nanosecondsPerSecond;
+    const std::uint64_t frames = whole * format_.rate + part / nanosecondsPerSecond;
+    frames_ += static_cast<sf_count_t>(std::min(frames, roomFor(format_)));
+    sf_seek(file_.get(), frames_, SEEK_SET);
+}
+
 bool WavSpeaker::open(const PlayFormat &format) {
     format_ = format;
     frames_ = 0;
+    restLeft_ = 0;
     SF_INFO info = {};
     info.samplerate = static_cast<int>(format.rate);
     info.channels = static_cast<int>(format.channels);

@@ -15,19 +15,24 @@ constexpr std::uint64_t longestWavSound = UINT32_MAX - 65535;
 // The speaker's n-th file, from 1 on, when this is the first.
 std::filesystem::path speakerPart(const std::filesystem::path &first, int number);
 
+// Whether what lies between two sounds is in the file, as silence that takes no room on the disk.
+enum class Gaps { kept, leftOut };
+
 // The file is valid whenever it is looked at: each period is whole in it, header and data, before
-// the next one comes. The samples are those in front of the volume and mute controls, the first
-// sub-channel left. A sound of another format begins a new file ("speaker-2.wav"), and so does one
-// that would make a file longer than its sizes can tell. A period that cannot be written, for want
-// of room, is left out as a whole and counted; the user is told of the first.
+// the next one comes. The first sub-channel is the left one. A sound of another format begins a new
+// file ("speaker-2.wav"), and so does one that would make a file longer than its sizes can tell. A
+// period that cannot be written, for want of room, is left out as a whole and counted; the user is
+// told of the first.
 class WavSpeaker : public PeriodSink {
 public:
-    // The file appears with the first period; those that are there go. `loss` is told of periods
-    // that are left out. `longest`: bytes of sound in a file.
-    WavSpeaker(std::filesystem::path path, LossRegisters &loss,
+    // The file appears with the first period. Those of an earlier speaker are kept under a number
+    // ("speaker.1.wav" are the last one's; at 9 they go). `loss` is told of periods that are left
+    // out. `longest`: bytes of sound in a file.
+    WavSpeaker(std::filesystem::path path, Gaps gaps, LossRegisters &loss,
                std::uint64_t longest = longestWavSound);
 
     void play(const PlayFormat &format, std::span<const std::int32_t> samples) override;
+    void rest(std::uint64_t nanoseconds) override;
 
 private:
     bool open(const PlayFormat &format);
@@ -38,11 +43,15 @@ private:
         void operator()(SNDFILE *file) const { sf_close(file); }
     };
 
+    std::uint64_t roomFor(const PlayFormat &format) const;
+
     std::filesystem::path path_;
+    Gaps gaps_;
     LossRegisters &loss_;
     std::uint64_t longest_;
     int files_ = 0;
-    sf_count_t frames_ = 0; // in the file
+    sf_count_t frames_ = 0;      // in the file
+    std::uint64_t restLeft_ = 0; // of a rest, what was shorter than a frame
     PlayFormat format_ = {};
     std::unique_ptr<SNDFILE, FileCloser> file_;
 };

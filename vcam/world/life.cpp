@@ -1,6 +1,6 @@
 #include "vcam/world/life.h"
 
-#include "vcam/speaker/wav_speaker.h"
+#include "vcam/camera/camera_recording.h"
 #include "vcam/world/apart.h"
 #include "vcam/world/expectations.h"
 #include "vcam/world/life_log.h"
@@ -9,7 +9,6 @@
 #include "vcam/world/world.h"
 
 #include <functional>
-#include <memory>
 #include <optional>
 
 namespace {
@@ -31,7 +30,9 @@ public:
             });
         }
         if (options.isKept) {
-            speaker_ = std::make_unique<WavSpeaker>(dir.speakerFile(), world_.registers().loss);
+            BoardRegisters &registers = world_.registers();
+            speaker_.emplace(registers);
+            keepSound(*speaker_, dir, registers.loss);
         }
     }
 
@@ -49,6 +50,7 @@ private:
     void onLine(Moment now, Voice voice, const std::string &line) override;
     void onSound(Moment now, const PlayFormat &format,
                  std::span<const std::int32_t> samples) override;
+    void onRest(std::uint64_t nanoseconds) override;
 
     void onRecord(Moment now, const WorldSenders::Record &record) override;
     void onRecordTaken(Moment now) override;
@@ -141,7 +143,7 @@ private:
     Stage stage_;
     Expectations expectations_;
     std::optional<Promises> promises_;
-    std::unique_ptr<WavSpeaker> speaker_;
+    std::optional<Loudspeaker> speaker_;
     Digest sound_;
     std::uint64_t records_ = 0;
     Moment failedAt_ = 0;
@@ -164,6 +166,12 @@ void Life::onSound(Moment now, const PlayFormat &format, std::span<const std::in
     }
     if (speaker_) {
         speaker_->play(format, samples);
+    }
+}
+
+void Life::onRest(std::uint64_t nanoseconds) {
+    if (speaker_) {
+        speaker_->rest(nanoseconds);
     }
 }
 

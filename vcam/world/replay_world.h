@@ -30,6 +30,7 @@ private:
 
     void onLine(Moment now, Voice voice, const std::string &line) override;
     void onSound(Moment, const PlayFormat &, std::span<const std::int32_t>) override {}
+    void onRest(std::uint64_t) override {}
     void onRecord(Moment, const WorldSenders::Record &) override {}
     void onRecordTaken(Moment) override {}
     void onDaemonEnd(Moment, int) override {}

@@ -49,6 +49,10 @@ void World::Speaker::play(const PlayFormat &format, std::span<const std::int32_t
     world_.observer_.onSound(world_.now_, format, samples);
 }
 
+void World::Speaker::rest(std::uint64_t nanoseconds) {
+    world_.observer_.onRest(nanoseconds);
+}
+
 World::World(const CameraDir &dir, Target target, WorldObserver &observer,
              FailingCalls failingCalls)
     : dir_(dir), target_(std::move(target)), failingCalls_(failingCalls), observer_(observer),

@@ -35,6 +35,8 @@ public:
     // A period that has been played.
     virtual void onSound(Moment now, const PlayFormat &format,
                          std::span<const std::int32_t> samples) = 0;
+    // Nothing has been played for so long, in front of the next period.
+    virtual void onRest(std::uint64_t nanoseconds) = 0;
     // A record that is on its way to the daemon.
     virtual void onRecord(Moment now, const WorldSenders::Record &record) = 0;
     // The daemon has taken it, and may be dealing with it.
@@ -78,8 +80,8 @@ public:
     // How many signals the audio encoder has had, which is played by this process.
     static unsigned encoderSignals();
 
-    // Goes on until `end`, then has the daemon end. Throws a CameraError when the board does not load
-    // into it, when it hangs, goes round without time passing, or does not end.
+    // Goes on until `end`, then has the daemon end. Throws a CameraError when the board does not
+    // load into it, when it hangs, goes round without time passing, or does not end.
     void live(Moment end);
 
 protected:
@@ -111,6 +113,7 @@ private:
     public:
         explicit Speaker(World &world) : world_(world) {}
         void play(const PlayFormat &format, std::span<const std::int32_t> samples) override;
+        void rest(std::uint64_t nanoseconds) override;
 
     private:
         World &world_;
