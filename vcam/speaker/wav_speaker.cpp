@@ -15,16 +15,16 @@ namespace {
 
 constexpr int setsKept = 9;
 
-fs::path withMark(const fs::path &path, const std::string &mark) {
-    fs::path marked = path;
-    marked.replace_filename(path.stem().string() + mark + path.extension().string());
-    return marked;
+fs::path withMark(const fs::path &path, char mark, int number) {
+    std::string name = path.stem().string();
+    name.append(1, mark).append(std::to_string(number)).append(path.extension().string());
+    return path.parent_path() / name;
 }
 
 // A file of an earlier speaker; 0: of this one.
 fs::path partOfSet(const fs::path &first, int number, int set) {
     const fs::path part = speakerPart(first, number);
-    return set == 0 ? part : withMark(part, "." + std::to_string(set));
+    return set == 0 ? part : withMark(part, '.', set);
 }
 
 // Makes room for a new set of files.
@@ -42,7 +42,7 @@ void keepEarlier(const fs::path &first) {
 } // namespace
 
 fs::path speakerPart(const fs::path &first, int number) {
-    return number > 1 ? withMark(first, "-" + std::to_string(number)) : first;
+    return number > 1 ? withMark(first, '-', number) : first;
 }
 
 WavSpeaker::WavSpeaker(fs::path path, Gaps gaps, LossRegisters &loss, std::uint64_t longest)
