@@ -1,10 +1,11 @@
 #include "vcam/cli/commands.h"
 
 #include "vcam/board/devices.h"
-#include "vcam/camera/camera_recording.h"
 #include "vcam/camera/fault_name.h"
 #include "vcam/camera/running_camera.h"
 #include "vcam/speaker/alsa_speaker.h"
+#include "vcam/speaker/loudspeaker.h"
+#include "vcam/speaker/wav_speaker.h"
 
 #include <iostream>
 #include <memory>
@@ -40,7 +41,10 @@ void setUpBoard(BoardRegisters &registers, const RunOptions &options) {
 std::unique_ptr<Loudspeaker> loudspeakerOf(const CameraDir &dir, BoardRegisters &registers,
                                            const RunOptions &options) {
     auto loudspeaker = std::make_unique<Loudspeaker>(registers);
-    keepSound(*loudspeaker, dir, registers.loss, options.longestFile);
+    loudspeaker->addRaw(std::make_unique<WavSpeaker>(dir.rawSpeakerFile(), Gaps::leftOut,
+                                                     registers.loss, options.longestFile));
+    loudspeaker->addHeard(std::make_unique<WavSpeaker>(dir.speakerFile(), Gaps::kept,
+                                                       registers.loss, options.longestFile));
     if (!options.listen.empty()) {
         loudspeaker->addHeard(std::make_unique<AlsaSpeaker>(options.listen, registers.listen));
     }

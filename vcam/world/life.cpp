@@ -1,6 +1,7 @@
 #include "vcam/world/life.h"
 
-#include "vcam/camera/camera_recording.h"
+#include "vcam/speaker/loudspeaker.h"
+#include "vcam/speaker/wav_speaker.h"
 #include "vcam/world/apart.h"
 #include "vcam/world/expectations.h"
 #include "vcam/world/life_log.h"
@@ -9,6 +10,7 @@
 #include "vcam/world/world.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace {
@@ -32,7 +34,8 @@ public:
         if (options.isKept) {
             BoardRegisters &registers = world_.registers();
             speaker_.emplace(registers);
-            keepSound(*speaker_, dir, registers.loss);
+            speaker_->addHeard(
+                std::make_unique<WavSpeaker>(dir.speakerFile(), Gaps::kept, registers.loss));
         }
     }
 

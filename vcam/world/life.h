@@ -9,7 +9,7 @@
 #include <vector>
 
 struct LifeOptions {
-    bool isKept = false;         // "life.log" and the speaker's files in the camera's directory
+    bool isKept = false;         // "life.log" and "speaker.wav" in the camera's directory
     bool checksPromises = false; // what the daemon promises in any life (promises.h)
     bool tellsLines = false;     // what the daemon has printed is in the report
 };
