@@ -45,6 +45,7 @@ public:
     // The one that the daemon was started with, which the user may have named.
     std::filesystem::path usedConfigFile() const;
     std::filesystem::path tesselLog() const { return path_ / "tessel.log"; }
+    std::filesystem::path daemonLog() const { return path_ / "voxo.log"; }
     std::filesystem::path systemLog() const { return path_ / "messages"; }
 
     // Throws unless a camera runs here.

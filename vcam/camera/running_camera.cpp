@@ -36,7 +36,8 @@ RunningCamera::RunningCamera(const CameraDir &dir, const std::string &config)
     : dir_(dir), lock_(lockDirectory(dir_)), files_(dir_),
       config_(config.empty() ? dir_.configFile() : fs::absolute(config)),
       board_(dir_, MappedBoard::Mode::create), collector_(dir_),
-      tessel_(dir_, [this](const std::string &key) { signalVolume(dir_, key); }) {
+      tessel_(dir_, [this](const std::string &key) { signalVolume(dir_, key); }),
+      daemonLog_(dir_.daemonLog()) {
     if (!config.empty()) {
         fs::create_symlink(config_, dir_.place(otherConfigPath));
     }
@@ -50,7 +51,11 @@ void RunningCamera::connect(std::unique_ptr<PeriodSink> speaker) {
 void RunningCamera::startDaemon(const Target &target) {
     requireBoard(dir_, target);
     daemon_.start(commandOn(target, {target.voxoFile(), "-c", config_.string(), "-p", voxoPidPath}),
-                  [&] { enterBoard(dir_, target); });
+                  [&] {
+                      enterBoard(dir_, target);
+                      daemonLog_.redirect();
+                  });
+    daemonLog_.daemonStarted();
 }
 
 int RunningCamera::supervise() {
@@ -61,6 +66,7 @@ int RunningCamera::supervise() {
             break;
         case SIGCHLD:
             if (const std::optional<int> status = daemon_.poll()) {
+                daemonLog_.daemonEnded();
                 std::cerr << "vcam: voxo has ended by itself, with status " << *status << '\n';
                 return 1;
             }
@@ -76,6 +82,8 @@ int RunningCamera::supervise() {
 }
 
 int RunningCamera::endDaemon() {
-    return daemon_.end(signals_.set(), endPatience,
-                       [this] { ++registers().neighbours.encoderSignals; });
+    const int status = daemon_.end(signals_.set(), endPatience,
+                                   [this] { ++registers().neighbours.encoderSignals; });
+    daemonLog_.daemonEnded();
+    return status;
 }

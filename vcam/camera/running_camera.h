@@ -4,6 +4,7 @@
 
 #include "vcam/camera/camera_files.h"
 #include "vcam/camera/child.h"
+#include "vcam/camera/daemon_log.h"
 #include "vcam/camera/environment.h"
 #include "vcam/camera/log_collector.h"
 #include "vcam/camera/mapped_board.h"
@@ -58,5 +59,6 @@ private:
     const TesselServer tessel_;
     std::unique_ptr<PeriodSink> speaker_;
     std::optional<Player> player_;
+    DaemonLog daemonLog_;
     Child daemon_;
 };

@@ -69,7 +69,7 @@ World::World(const CameraDir &dir, Target target, WorldObserver &observer,
       senders_(
           dir_, [this](const WorldSenders::Record &record) { observer_.onRecord(now_, record); },
           [this] { observer_.onRecordTaken(now_); }),
-      output_(dir_.path() / "voxo.log") {
+      output_(dir_.daemonLog()) {
     stayOnOneProcessor();
     encoderSignalCount = 0;
     std::signal(SIGUSR1, countEncoderSignal);
