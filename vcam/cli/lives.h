@@ -23,7 +23,7 @@ struct SimOptions {
     std::uint64_t firstSeed = 1;
     std::uint64_t lastSeed = 1;
     double hours = 1;
-    std::string keep; // where the scenarios of seeds that show a fault go; empty: nowhere
+    std::string keep;     // where the scenarios of seeds that show a fault go; empty: nowhere
     bool shrinks = false; // cuts such a scenario down to the events that still show it
     unsigned repeat = 1;  // how often each is lived; all lives of a seed have to be alike
 };
